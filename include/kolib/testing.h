@@ -1,0 +1,15 @@
+// Test hooks of the allocation layer. Not for production use: they let a test make the N-th
+// library allocation fail and count the blocks the library holds.
+#pragma once
+
+#include "kolib/export.h"
+
+// The n-th library allocation from now fails (1 = the next one); 0 disarms the hook.
+// Once the failing allocation has happened the hook disarms itself.
+KO_API void ramFailAfter(long n);
+// Like ramFailAfter, but every allocation from the n-th on fails until disarmed.
+KO_API void ramFailFrom(long n);
+// Number of library allocations made since the process started (successful or not).
+KO_API long ramAllocationCount();
+// Blocks allocated through the layer and not yet freed through it.
+KO_API long ramLiveBlocks();
