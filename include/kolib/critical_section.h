@@ -7,7 +7,10 @@
 
 class KO_API KoCriticalSection : public KoObject {
 public:
-    explicit KoCriticalSection(int disabledFlag = 0);
+    // Stores the flag; the mutex is initialised with default attributes. The constructor is
+    // constexpr so that the library's static sections are ready before any load-time code
+    // runs, whatever the order of the static constructors.
+    constexpr explicit KoCriticalSection(int disabledFlag = 0) : disabled(disabledFlag) {}
     ~KoCriticalSection() override; // unlocks and destroys the mutex
     KoCriticalSection(const KoCriticalSection&) = delete;
     KoCriticalSection& operator=(const KoCriticalSection&) = delete;
@@ -23,7 +26,7 @@ public:
     int isDisabled() const { return disabled; }
 
     int disabled;
-    pthread_mutex_t mp;
+    pthread_mutex_t mp = PTHREAD_MUTEX_INITIALIZER;
 };
 
 // Exists for other platforms; does nothing here.

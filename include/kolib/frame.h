@@ -89,9 +89,13 @@ public:
     void** getThreadDataAddress(PerThreadData slot) { return &Globals[slot]; }
     // UseCount is read by other threads walking the list under MDS_PERTHREAD_LOCK while the
     // owner counts it up and down without the lock, so every access is a relaxed atomic.
-    int isThread(unsigned long threadId) const { return getUseCount() != 0 && ThreadID == threadId; }
+    int isThread(unsigned long threadId) const {
+        return getUseCount() != 0 && ThreadID == threadId;
+    }
     int isDeleted() const { return getUseCount() == 0; }
-    void setDeleted(unsigned flag) { __atomic_store_n(&UseCount, flag ? 0u : 1u, __ATOMIC_RELAXED); }
+    void setDeleted(unsigned flag) {
+        __atomic_store_n(&UseCount, flag ? 0u : 1u, __ATOMIC_RELAXED);
+    }
     void incrementCount() { __atomic_fetch_add(&UseCount, 1u, __ATOMIC_RELAXED); }
     void decrementCount() {
         if (getUseCount()) __atomic_fetch_sub(&UseCount, 1u, __ATOMIC_RELAXED);

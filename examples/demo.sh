@@ -1,0 +1,30 @@
+#!/bin/sh
+# The demo run of `make demo`: kotool over the library's main jobs on bundled inputs.
+# Usage: sh examples/demo.sh BUILD_DIR
+set -e
+build=${1:-build}
+kotool="$build/bin/kotool"
+export LD_LIBRARY_PATH="$build/lib${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}"
+# Messages are worded in the catalogue's own locale, whatever the caller's environment says.
+unset LC_ALL LC_MESSAGES LANG
+
+run() {
+    echo "\$ kotool $*"
+    "$kotool" "$@" || true
+    echo
+}
+
+echo "== Error messages worded through the error list and the message catalogue"
+run msg 1509 /home/user/.odbc.ini
+run msg 1523 /usr/lib/libmissing.so "cannot open shared object file"
+run msg 2700 "AVERYLONGIDENTIFIER"
+run msg 30041
+
+echo "== LIKE matching"
+run like "Customer Orders" "cust%ord%"
+run like -c "Customer Orders" "cust%"
+run like "100%" '100\%'
+run like "ABC" "A_"
+
+echo "== Tokens of an SQL statement"
+run tokens "SELECT o.id, 'O''Neil' AS name FROM orders o WHERE o.total >= 10.5 AND o.x <> {fn NOW()}"

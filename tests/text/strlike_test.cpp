@@ -1,0 +1,123 @@
+// LIKE matching: the documented cases, agreement with a plain recursive matcher on random
+// texts and patterns, whole multi-byte characters, and counted texts that end at a page
+// boundary.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "kolib/strlike.h"
+#include "text_test_support.h"
+
+namespace {
+
+bool like(const std::string& text, const std::string& pattern, unsigned caseSensitive = 0,
+          unsigned exact = 0) {
+    return strLike(text.data(), text.size(), pattern.data(), pattern.size(), '%', '_', '\\',
+                   caseSensitive, exact) == 1;
+}
+
+// Reference: straightforward recursion over single bytes, exact lengths, case-sensitive.
+bool reference(const char* t, const char* te, const char* p, const char* pe) {
+    if (p == pe) return t == te;
+    if (*p == '%') return reference(t, te, p + 1, pe) || (t < te && reference(t + 1, te, p, pe));
+    if (t == te) return false;
+    if (*p == '_') return reference(t + 1, te, p + 1, pe);
+    if (*p == '\\') {
+        if (p + 1 == pe) return false;
+        ++p;
+    }
+    return *p == *t && reference(t + 1, te, p + 1, pe);
+}
+
+TEST(StrLike, DocumentedCases) {
+    EXPECT_TRUE(like("ABC", "A%C"));
+    EXPECT_FALSE(like("ABC", "A_"));
+    EXPECT_TRUE(like("ABC", "%%"));
+    EXPECT_TRUE(like("", "%"));
+    EXPECT_TRUE(like("", "%%%"));
+    EXPECT_FALSE(like("", "_"));
+    EXPECT_FALSE(like("", "a"));
+    EXPECT_TRUE(like("", ""));
+    EXPECT_FALSE(like("a", ""));
+    // Trailing blanks are ignored unless the lengths are exact.
+    EXPECT_TRUE(like("AB  ", "AB"));
+    EXPECT_FALSE(like("AB  ", "AB", 0, 1));
+    EXPECT_TRUE(like("AB", "AB   ", 0, 0));
+    // An escaped wild card matches only itself; a trailing escape never matches.
+    EXPECT_TRUE(like("50%", "50\\%"));
+    EXPECT_FALSE(like("500", "50\\%"));
+    EXPECT_TRUE(like("a_b", "a\\_b"));
+    EXPECT_FALSE(like("axb", "a\\_b"));
+    EXPECT_TRUE(like("a\\b", "a\\\\b"));
+    EXPECT_FALSE(like("a\\", "a\\", 0, 1));
+    // anyOne after anyMany needs a character of its own.
+    EXPECT_FALSE(like("a", "%__"));
+    EXPECT_TRUE(like("ab", "%__"));
+    EXPECT_TRUE(like("xaybzc", "%a%b%c"));
+    EXPECT_FALSE(like("xaybz", "%a%b%c"));
+    EXPECT_TRUE(like("mississippi", "%iss%pi"));
+}
+
+TEST(StrLike, CaseAndCustomWildCards) {
+    EXPECT_TRUE(like("Hello", "hE%O"));
+    EXPECT_FALSE(like("Hello", "hE%O", 1));
+    EXPECT_TRUE(like("Hello", "H%o", 1));
+    EXPECT_EQ(1, strLike("a*b", "a?*", '*', '?', '!', 1, 1));
+    EXPECT_EQ(1, strLike("a*b", "a!*b", '*', '?', '!', 1, 1));
+    EXPECT_EQ(0, strLike("axb", "a!*b", '*', '?', '!', 1, 1));
+    EXPECT_EQ(1, strLike(nullptr, "*", '*', '?', '!', 1, 1));
+    EXPECT_EQ(0, strLike(nullptr, 5, "a", 1, '%', '_', '\\', 0, 0));
+    EXPECT_TRUE(isCharEqual("a", "A", 0));
+    EXPECT_FALSE(isCharEqual("a", "A", 1));
+}
+
+TEST(StrLike, AgreesWithReferenceOnRandomInput) {
+    std::mt19937 rng(12345);
+    const char alphabet[] = "ab%_\\";
+    for (int round = 0; round < 20000; ++round) {
+        std::string text, pattern;
+        int tl = rng() % 9, pl = rng() % 7;
+        for (int i = 0; i < tl; ++i) text += "abc"[rng() % 3];
+        for (int i = 0; i < pl; ++i) pattern += alphabet[rng() % 5];
+        bool expected =
+            reference(text.data(), text.data() + tl, pattern.data(), pattern.data() + pl);
+        ASSERT_EQ(expected, like(text, pattern, 1, 1)) << text << " LIKE " << pattern;
+    }
+}
+
+TEST(StrLike, CountedTextsEndingAtAPageBoundary) {
+    kotest::EdgeBuffer text("abcabc"), pattern("%c_b%");
+    EXPECT_EQ(1, strLike(text.data(), 6, pattern.data(), 5, '%', '_', '\\', 0, 0));
+    kotest::EdgeBuffer pending("ab\\"), longer("%x");
+    EXPECT_EQ(0, strLike(text.data(), 6, pending.data(), 3, '%', '_', '\\', 0, 1));
+    EXPECT_EQ(0, strLike(text.data(), 6, longer.data(), 2, '%', '_', '\\', 0, 0));
+    // A lead byte as the last counted byte is not completed from beyond the length.
+    kotest::LocaleGuard utf8("C.utf8");
+    ASSERT_TRUE(utf8.Ok);
+    kotest::EdgeBuffer cut("a\xC3");
+    EXPECT_EQ(1, strLike(cut.data(), 2, "a_", 2, '%', '_', '\\', 0, 1));
+    kotest::Utf8Mode mode;
+    kotest::EdgeBuffer cut3("a\xE2\x82");
+    EXPECT_EQ(1, strLike(cut3.data(), 3, "a_", 2, '%', '_', '\\', 0, 1));
+}
+
+TEST(StrLike, MultiByteCharactersMatchWhole) {
+    kotest::LocaleGuard utf8("C.utf8");
+    ASSERT_TRUE(utf8.Ok);
+    // In the locale, a two-byte character is one character for "_".
+    EXPECT_TRUE(like("caf\xC3\xA9", "caf_"));
+    EXPECT_FALSE(like("caf\xC3\xA9", "caf__"));
+    EXPECT_TRUE(like("\xC3\xA9t\xC3\xA9", "%t\xC3\xA9"));
+    // Three-byte characters are one character only in UTF-8 mode.
+    EXPECT_FALSE(like("\xE2\x82\xAC", "_"));
+    kotest::Utf8Mode mode;
+    EXPECT_TRUE(like("\xE2\x82\xAC", "_"));
+    EXPECT_TRUE(like("x\xE2\x82\xAC"
+                     "y",
+                     "x_y"));
+    // A pattern byte never matches part of a longer text character.
+    EXPECT_FALSE(like("\xC3\xA9", "\xC3%"));
+}
+
+} // namespace

@@ -1,0 +1,7 @@
+// The subcommands of kotool. Each takes the arguments from the subcommand name on
+// (argv[0] is the name) and returns the process exit status.
+#pragma once
+
+int cmdMsg(int argc, char** argv);
+int cmdLike(int argc, char** argv);
+int cmdTokens(int argc, char** argv);

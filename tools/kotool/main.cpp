@@ -1,0 +1,38 @@
+// kotool: the command-line face of the library, for driver developers and the demo.
+#include <cstdio>
+#include <cstring>
+#include "commands.h"
+
+namespace {
+struct Command {
+    const char* Name;
+    int (*Run)(int, char**);
+    const char* Usage;
+    const char* Help;
+};
+
+const Command COMMANDS[] = {
+    {"msg", cmdMsg, "msg NUMBER [PARAM ...]",
+     "word a library error through the error list and the message catalogue"},
+    {"like", cmdLike, "like [-c] TEXT PATTERN",
+     "LIKE matching with % and _ (backslash escapes; -c: case-sensitive)"},
+    {"tokens", cmdTokens, "tokens TEXT", "the tokeniser's output, one token a line"},
+};
+
+int usage(FILE* out) {
+    std::fprintf(out, "usage: kotool COMMAND [ARGS]\n\ncommands:\n");
+    for (const Command& c : COMMANDS) std::fprintf(out, "  %-28s %s\n", c.Usage, c.Help);
+    return out == stderr ? 2 : 0;
+}
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) return usage(stderr);
+    if (!std::strcmp(argv[1], "help") || !std::strcmp(argv[1], "--help") ||
+        !std::strcmp(argv[1], "-h"))
+        return usage(stdout);
+    for (const Command& c : COMMANDS)
+        if (!std::strcmp(argv[1], c.Name)) return c.Run(argc - 1, argv + 1);
+    std::fprintf(stderr, "kotool: unknown command '%s'\n", argv[1]);
+    return usage(stderr);
+}
