@@ -11,6 +11,7 @@
 class KO_API KoSortedArray : public KoArray {
 public:
     KoSortedArray() : StopSort(0), SortOnRequest(0) {}
+    ~KoSortedArray() override;
 
     // Inserts behind every element equal to the object (or appends while sorting is off).
     unsigned add(const KoObject* object);
@@ -40,6 +41,7 @@ public:
 
 class KO_API KoSortedArrayU32 : public KoArrayU32 {
 public:
+    ~KoSortedArrayU32() override;
     using KoObject::compare;
     // Inserts behind every equal value; always sorted.
     unsigned add(unsigned long value);

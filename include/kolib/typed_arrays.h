@@ -8,6 +8,7 @@
 
 class KO_API KoArrayU32 : public KoArray {
 public:
+    ~KoArrayU32() override;
     // Values are kept to 32 bits.
     unsigned add(unsigned long value) { return KoArray::add(toSlot(value)); }
     unsigned addAtIndex(unsigned long value, unsigned long index) {
@@ -40,6 +41,7 @@ public:
 
 class KO_API KoArrayS32 : public KoArray {
 public:
+    ~KoArrayS32() override;
     // Values are kept to 32 bits.
     unsigned add(long value) { return KoArray::add(toSlot(value)); }
     unsigned addAtIndex(long value, unsigned long index) {

@@ -5,6 +5,9 @@
 #include "kolib/memory.h"
 #include "kolib/sorted_array.h"
 
+KoSortedArray::~KoSortedArray() {}
+KoSortedArrayU32::~KoSortedArrayU32() {}
+
 unsigned KoSortedArray::add(const KoObject* object) {
     if (NextIndex == 0 || StopSort || SortOnRequest) return KoArray::add(object);
     unsigned long index;

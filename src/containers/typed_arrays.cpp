@@ -2,6 +2,10 @@
 // slots. The pointer array hands its pointers back to the C heap through ramFree.
 #include "kolib/typed_arrays.h"
 
+// Out of line so that the classes' tables are emitted here, once.
+KoArrayU32::~KoArrayU32() {}
+KoArrayS32::~KoArrayS32() {}
+
 int KoArrayU32::doesExist(unsigned long value) const {
     return KoArray::doesExist(toSlot(value));
 }

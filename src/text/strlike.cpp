@@ -3,50 +3,238 @@
 // and tries again from the remembered pattern position. That suffices because anyMany can
 // absorb everything a later attempt skips. Characters are taken whole (multi-byte ones byte
 // for byte); counted texts are never read beyond their lengths.
+//
+// Speed: when the pattern resumes with a literal byte, the text positions that cannot start a
+// match are skipped eight bytes at a time (a byte-parallel test for "non-ASCII or one of the
+// literal's case variants"); the skip visits exactly the positions the plain back-track would
+// try and reject. Case folding reads the C library's upper-case table once per call.
+#include <cstdint>
 #include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 #include "kolib/strlike.h"
 #include "text/text_chars.h"
 
 using namespace kotext;
 
 namespace {
-struct Matcher {
+
+// toupper as a table lookup, valid for every unsigned char.
+class UpperTable {
+public:
+    UpperTable() {
+#ifdef __GLIBC__
+        Table = *__ctype_toupper_loc();
+#endif
+    }
+    unsigned char operator()(unsigned char c) const {
+#ifdef __GLIBC__
+        return static_cast<unsigned char>(Table[c]);
+#else
+        return upperByte(c);
+#endif
+    }
+
+private:
+#ifdef __GLIBC__
+    const int32_t* Table = nullptr;
+#endif
+};
+
+// The end of a counted text is its length; the end of a terminated text is its NUL.
+struct Counted {
+    unsigned long Length;
+    bool atEnd(const unsigned char*, unsigned long i) const { return i >= Length; }
+    unsigned size(LazyCharMode& mode, const unsigned char* s, unsigned long i) const {
+        return charSize(mode, s + i, Length - i);
+    }
+    // Bytes that may be read from i on without passing the end.
+    unsigned long readable(const unsigned char*, unsigned long i) { return Length - i; }
+};
+
+struct Terminated {
+    bool atEnd(const unsigned char* s, unsigned long i) const { return s[i] == 0; }
+    unsigned size(LazyCharMode& mode, const unsigned char* s, unsigned long i) const {
+        return charSize(mode, s + i);
+    }
+    // The length is found (once) only when a skip needs it.
+    unsigned long readable(const unsigned char* s, unsigned long i) {
+        if (!Known) {
+            Length = std::strlen(reinterpret_cast<const char*>(s));
+            Known = true;
+        }
+        return Length - i;
+    }
+    unsigned long Length = 0;
+    bool Known = false;
+};
+
+// From t, skips the bytes among the next `readable` that are ASCII and neither a nor b, as far
+// as whole blocks allow; returns the first position that needs a closer look.
+inline unsigned long skipPlain(const unsigned char* s, unsigned long t, unsigned long readable,
+                               unsigned char a, unsigned char b) {
+    const unsigned long end = t + readable;
+#ifdef __SSE2__
+    const __m128i va = _mm_set1_epi8(static_cast<char>(a));
+    const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
+    while (end - t >= 16) {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t));
+        __m128i hit = _mm_or_si128(v, _mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb)));
+        if (int mask = _mm_movemask_epi8(hit))
+            return t + static_cast<unsigned>(__builtin_ctz(mask));
+        t += 16;
+    }
+#endif
+    const uint64_t ones = 0x0101010101010101ULL, highs = 0x8080808080808080ULL;
+    const uint64_t wa = ones * a, wb = ones * b;
+    while (end - t >= 8) {
+        uint64_t w;
+        std::memcpy(&w, s + t, 8);
+        uint64_t xa = w ^ wa, xb = w ^ wb;
+        uint64_t flags = (w | ((xa - ones) & ~xa) | ((xb - ones) & ~xb)) & highs;
+        // The lowest flagged byte is exact (borrows only spill upwards); little-endian only.
+        if (flags)
+            return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? t + __builtin_ctzll(flags) / 8 : t;
+        t += 8;
+    }
+    return t;
+}
+
+template <typename TextEnd, typename PatternEnd> class Matcher {
+public:
+    Matcher(const unsigned char* text, TextEnd textEnd, const unsigned char* pattern,
+            PatternEnd patternEnd, unsigned char anyMany, unsigned char anyOne,
+            unsigned char escape, bool ci)
+        : T(text), TE(textEnd), P(pattern), PE(patternEnd), AnyMany(anyMany), AnyOne(anyOne),
+          Escape(escape), Ci(ci) {}
+
+    int run();
+
+private:
+    bool textEnd(unsigned long t) const { return TE.atEnd(T, t); }
+    bool patternEnd(unsigned long p) const { return PE.atEnd(P, p); }
+    unsigned textSize(unsigned long t) { return TE.size(Mode, T, t); }
+    bool sameByte(unsigned char a, unsigned char b) const {
+        return a == b || (Ci && Upper(a) == Upper(b));
+    }
+    bool matchChar(unsigned long& t, unsigned long& p);
+    unsigned long skipToCandidate(unsigned long t, unsigned long p);
+
     const unsigned char* T;
-    unsigned long TL;
+    TextEnd TE;
     const unsigned char* P;
-    unsigned long PL;
+    PatternEnd PE;
+    unsigned char AnyMany, AnyOne, Escape;
     bool Ci;
+    UpperTable Upper;
     LazyCharMode Mode;
+};
 
-    unsigned textSize(unsigned long t) { return charSize(Mode, T + t, TL - t); }
-
-    // Compares the text character at t with the pattern character at p; on a match returns
-    // true and advances both.
-    bool matchChar(unsigned long& t, unsigned long& p) {
-        unsigned char a = T[t], b = P[p];
-        if (a < 0x80 && b < 0x80) {
-            if (a != b && (!Ci || upperByte(a) != upperByte(b))) return false;
-            ++t;
-            ++p;
-            return true;
-        }
-        unsigned ts = textSize(t), ps = charSize(Mode, P + p, PL - p);
-        if (ts != ps) return false;
-        if (ts == 1) {
-            if (a != b && (!Ci || upperByte(a) != upperByte(b))) return false;
-        } else if (std::memcmp(T + t, P + p, ts)) {
-            return false;
-        }
-        t += ts;
-        p += ps;
+// Compares the text character at t with the pattern character at p; on a match advances both.
+template <typename TE, typename PE>
+bool Matcher<TE, PE>::matchChar(unsigned long& t, unsigned long& p) {
+    unsigned char a = T[t], b = P[p];
+    if (a < 0x80 && b < 0x80) {
+        if (!sameByte(a, b)) return false;
+        ++t;
+        ++p;
         return true;
     }
-};
+    unsigned ts = textSize(t), ps = PE.size(Mode, P, p);
+    if (ts != ps) return false;
+    if (ts == 1 ? !sameByte(a, b) : std::memcmp(T + t, P + p, ts) != 0) return false;
+    t += ts;
+    p += ps;
+    return true;
+}
+
+// From text position t (a character start), the first character position at or after t at
+// which the pattern character at p could match, or the end of the text. Only literal ASCII
+// pattern characters narrow the search; anything else returns t.
+template <typename TE, typename PE>
+unsigned long Matcher<TE, PE>::skipToCandidate(unsigned long t, unsigned long p) {
+    unsigned char lit = P[p];
+    if (lit == AnyMany || lit == AnyOne) return t;
+    if (lit == Escape) {
+        if (patternEnd(p + 1)) return t;
+        lit = P[p + 1];
+    }
+    if (lit >= 0x80) return t;
+    // The ASCII bytes that match lit: itself and, ignoring case, its other case when that
+    // folds alike. Non-ASCII text bytes are left to the careful test below.
+    unsigned char other = lit;
+    if (Ci && ((lit | 0x20) >= 'a' && (lit | 0x20) <= 'z') && Upper(lit ^ 0x20) == Upper(lit))
+        other = lit ^ 0x20;
+    for (;;) {
+        t = skipPlain(T, t, TE.readable(T, t), lit, other);
+        if (textEnd(t)) return t;
+        unsigned char c = T[t];
+        if (c < 0x80) {
+            if (c == lit || c == other) return t;
+            if (Ci && Upper(c) == Upper(lit)) return t;
+            ++t;
+        } else {
+            // A non-ASCII character may still fold to lit in a single-byte locale.
+            unsigned size = textSize(t);
+            if (size == 1 && sameByte(c, lit)) return t;
+            t += size;
+        }
+    }
+}
+
+template <typename TE, typename PE> int Matcher<TE, PE>::run() {
+    unsigned long t = 0, p = 0;
+    bool haveBack = false;
+    unsigned long backT = 0, backP = 0;
+
+    while (!textEnd(t)) {
+        unsigned char pc = patternEnd(p) ? 0 : P[p];
+        bool patternLeft = !patternEnd(p);
+        if (patternLeft && pc == AnyMany) {
+            for (;;) {
+                while (!patternEnd(p) && P[p] == AnyMany) ++p;
+                while (!patternEnd(p) && P[p] == AnyOne && !textEnd(t)) {
+                    t += textSize(t);
+                    ++p;
+                }
+                if (patternEnd(p) || P[p] != AnyMany) break;
+            }
+            if (patternEnd(p)) return 1;
+            haveBack = true;
+            backT = t = skipToCandidate(t, p);
+            backP = p;
+            continue;
+        }
+        if (patternLeft && pc == AnyOne) {
+            t += textSize(t);
+            ++p;
+            continue;
+        }
+        if (patternLeft) {
+            unsigned long q = p;
+            if (pc == Escape) ++q; // the next character is literal, whatever it is
+            if (!patternEnd(q) && matchChar(t, q)) {
+                p = q;
+                continue;
+            }
+        }
+        // Mismatch, or pattern exhausted with text left.
+        if (!haveBack) return 0;
+        backT += textSize(backT);
+        backT = skipToCandidate(backT, backP);
+        t = backT;
+        p = backP;
+    }
+    while (!patternEnd(p) && P[p] == AnyMany) ++p;
+    return patternEnd(p) ? 1 : 0;
+}
 
 inline unsigned long withoutTrailingBlanks(const char* s, unsigned long length) {
     while (length && s[length - 1] == ' ') --length;
     return length;
 }
+
 } // namespace
 
 int strLike(const char* text, unsigned long textLength, const char* pattern,
@@ -58,56 +246,23 @@ int strLike(const char* text, unsigned long textLength, const char* pattern,
         textLength = withoutTrailingBlanks(text, textLength);
         patternLength = withoutTrailingBlanks(pattern, patternLength);
     }
-    Matcher m{bytes(text), textLength, bytes(pattern), patternLength, caseSensitive == 0, {}};
-    const unsigned char* P = m.P;
-    const unsigned long TL = textLength, PL = patternLength;
-    unsigned long t = 0, p = 0;
-    bool haveBack = false;
-    unsigned long backT = 0, backP = 0;
-
-    while (t < TL) {
-        if (p < PL && P[p] == anyMany) {
-            for (;;) {
-                while (p < PL && P[p] == anyMany) ++p;
-                while (p < PL && P[p] == anyOne && t < TL) {
-                    t += m.textSize(t);
-                    ++p;
-                }
-                if (!(p < PL && P[p] == anyMany)) break;
-            }
-            if (p >= PL) return 1;
-            haveBack = true;
-            backT = t;
-            backP = p;
-            continue;
-        }
-        if (p < PL && P[p] == anyOne) {
-            t += m.textSize(t);
-            ++p;
-            continue;
-        }
-        if (p < PL) {
-            unsigned long q = p;
-            if (P[q] == escape) ++q; // the next character is literal, whatever it is
-            if (q < PL && m.matchChar(t, q)) {
-                p = q;
-                continue;
-            }
-        }
-        // Mismatch, or pattern exhausted with text left.
-        if (!haveBack) return 0;
-        backT += m.textSize(backT);
-        t = backT;
-        p = backP;
-    }
-    while (p < PL && P[p] == anyMany) ++p;
-    return p >= PL ? 1 : 0;
+    Matcher<Counted, Counted> m(bytes(text), Counted{textLength}, bytes(pattern),
+                                Counted{patternLength}, anyMany, anyOne, escape,
+                                caseSensitive == 0);
+    return m.run();
 }
 
 int strLike(const char* text, const char* pattern, unsigned char anyMany, unsigned char anyOne,
             unsigned char escape, unsigned caseSensitive, unsigned exactLength) {
-    return strLike(text, text ? std::strlen(text) : 0, pattern, pattern ? std::strlen(pattern) : 0,
-                   anyMany, anyOne, escape, caseSensitive, exactLength);
+    if (!text) text = "";
+    if (!pattern) pattern = "";
+    if (!exactLength)
+        return strLike(text, std::strlen(text), pattern, std::strlen(pattern), anyMany, anyOne,
+                       escape, caseSensitive, 0);
+    // Exact lengths need no length up front: walk to the NULs.
+    Matcher<Terminated, Terminated> m(bytes(text), Terminated{}, bytes(pattern), Terminated{},
+                                      anyMany, anyOne, escape, caseSensitive == 0);
+    return m.run();
 }
 
 int isCharEqual(const char* a, const char* b, unsigned short caseSensitive) {

@@ -103,7 +103,8 @@ unsigned long makeDialogText(char* out, const char* text) {
 
 unsigned setAcceleratorKey(char* text, unsigned long size, unsigned short ch) {
     if (!text || ch == 0) return 1;
-    // Work on a copy without marks; "&&" counts as two bytes in the final text.
+    // First pass: find the character and the length of the text without its marks ("&&"
+    // stays two bytes).
     unsigned long length = std::strlen(text);
     const unsigned char* s = bytes(text);
     LazyCharMode mode;
@@ -155,9 +156,8 @@ unsigned setAcceleratorKey(char* text, unsigned long size, unsigned short ch) {
         o += n;
         i += n;
     }
-    target = markAt;
-    std::memmove(result + target + 1, result + target, o - target);
-    result[target] = '&';
+    std::memmove(result + markAt + 1, result + markAt, o - markAt);
+    result[markAt] = '&';
     result[o + 1] = 0;
     return 0;
 }

@@ -31,8 +31,9 @@ public:
     TokenWriter(const TokenWriter&) = delete;
     TokenWriter& operator=(const TokenWriter&) = delete;
 
-    // Appends n bytes of the input at `at`. False after an error has been added.
-    bool put(const unsigned char* at, unsigned n) {
+    // Appends the n bytes at `at`; `rest` is the input not yet consumed (it bounds the size of
+    // an extension). False after an error has been added.
+    bool put(const unsigned char* at, unsigned n, const unsigned char* rest) {
         if (Unlimited || Length + n + 2 <= OutSize) {
             std::memcpy(Text + Length, at, n);
             Length += n;
@@ -40,7 +41,7 @@ public:
         }
         if (Skipping) return true;
         if ((Flags & BUT_TOKEN_EXTEND) && OutSize >= 2 + sizeof(char*)) {
-            unsigned long size = std::strlen(reinterpret_cast<const char*>(at)) + OutSize + 1;
+            unsigned long size = std::strlen(reinterpret_cast<const char*>(rest)) + OutSize + 1;
             Extension = static_cast<char*>(ramMalloc(size));
             if (!Extension) {
                 KoErrorKeeper::addMemoryError();
@@ -60,7 +61,6 @@ public:
         fail(2700);
         return false;
     }
-    bool put(unsigned char c) { return put(&c, 1); }
 
     // Adds error `number` with the token so far as its parameter.
     void fail(unsigned short number) {
@@ -108,7 +108,7 @@ public:
 private:
     unsigned size(const unsigned char* s) { return charSize(Mode, s); }
     bool copy(unsigned n) {
-        bool ok = W.put(P, n);
+        bool ok = W.put(P, n, P);
         P += n;
         return ok;
     }
@@ -161,7 +161,7 @@ bool Tokenizer::scanLiteral() {
         }
         if (*P == quote) {
             if (P[1] == quote) { // a doubled quote stands for one
-                if (!W.put(quote)) return false;
+                if (!W.put(&quote, 1, P)) return false;
                 P += 2;
                 continue;
             }

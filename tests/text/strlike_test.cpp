@@ -3,6 +3,7 @@
 // boundary.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <random>
 #include <string>
 
@@ -17,17 +18,19 @@ bool like(const std::string& text, const std::string& pattern, unsigned caseSens
                    caseSensitive, exact) == 1;
 }
 
-// Reference: straightforward recursion over single bytes, exact lengths, case-sensitive.
-bool reference(const char* t, const char* te, const char* p, const char* pe) {
+// Reference: straightforward recursion over single bytes with exact lengths.
+bool reference(const char* t, const char* te, const char* p, const char* pe, bool ci) {
     if (p == pe) return t == te;
-    if (*p == '%') return reference(t, te, p + 1, pe) || (t < te && reference(t + 1, te, p, pe));
+    if (*p == '%')
+        return reference(t, te, p + 1, pe, ci) || (t < te && reference(t + 1, te, p, pe, ci));
     if (t == te) return false;
-    if (*p == '_') return reference(t + 1, te, p + 1, pe);
+    if (*p == '_') return reference(t + 1, te, p + 1, pe, ci);
     if (*p == '\\') {
         if (p + 1 == pe) return false;
         ++p;
     }
-    return *p == *t && reference(t + 1, te, p + 1, pe);
+    bool same = ci ? std::toupper(*p) == std::toupper(*t) : *p == *t;
+    return same && reference(t + 1, te, p + 1, pe, ci);
 }
 
 TEST(StrLike, DocumentedCases) {
@@ -73,16 +76,22 @@ TEST(StrLike, CaseAndCustomWildCards) {
 }
 
 TEST(StrLike, AgreesWithReferenceOnRandomInput) {
+    // Long texts too, so that the block-wise skipping after "%" is exercised.
     std::mt19937 rng(12345);
-    const char alphabet[] = "ab%_\\";
-    for (int round = 0; round < 20000; ++round) {
+    const char textChars[] = "abcAB";
+    const char patternChars[] = "abAB%%_\\";
+    for (int round = 0; round < 40000; ++round) {
         std::string text, pattern;
-        int tl = rng() % 9, pl = rng() % 7;
-        for (int i = 0; i < tl; ++i) text += "abc"[rng() % 3];
-        for (int i = 0; i < pl; ++i) pattern += alphabet[rng() % 5];
+        int tl = rng() % (round % 4 ? 10 : 60), pl = rng() % 7;
+        for (int i = 0; i < tl; ++i) text += textChars[rng() % 5];
+        for (int i = 0; i < pl; ++i) pattern += patternChars[rng() % 8];
+        bool ci = round % 2;
         bool expected =
-            reference(text.data(), text.data() + tl, pattern.data(), pattern.data() + pl);
-        ASSERT_EQ(expected, like(text, pattern, 1, 1)) << text << " LIKE " << pattern;
+            reference(text.data(), text.data() + tl, pattern.data(), pattern.data() + pl, ci);
+        ASSERT_EQ(expected, like(text, pattern, ci ? 0 : 1, 1)) << text << " LIKE " << pattern;
+        ASSERT_EQ(expected,
+                  strLike(text.c_str(), pattern.c_str(), '%', '_', '\\', ci ? 0 : 1, 1) == 1)
+            << text << " LIKE " << pattern;
     }
 }
 
@@ -109,6 +118,12 @@ TEST(StrLike, MultiByteCharactersMatchWhole) {
     EXPECT_TRUE(like("caf\xC3\xA9", "caf_"));
     EXPECT_FALSE(like("caf\xC3\xA9", "caf__"));
     EXPECT_TRUE(like("\xC3\xA9t\xC3\xA9", "%t\xC3\xA9"));
+    // Skipping ahead after "%" steps whole characters in long texts too.
+    std::string accents;
+    for (int i = 0; i < 20; ++i) accents += "\xC3\xA9";
+    EXPECT_TRUE(like(accents + "a", "%A"));
+    EXPECT_FALSE(like(accents, "%\xA9"));
+    EXPECT_TRUE(like(accents, "%\xC3\xA9"));
     // Three-byte characters are one character only in UTF-8 mode.
     EXPECT_FALSE(like("\xE2\x82\xAC", "_"));
     kotest::Utf8Mode mode;

@@ -138,6 +138,8 @@ TEST(Buttoken, MovesALongTokenToAnAllocatedBuffer) {
         ramFailAfter(1);
         EXPECT_EQ(1u, buttoken(out, &cursor, BUT_TOKEN_EXTEND, sizeof out));
         ramFailAfter(0);
+        EXPECT_EQ(30190, list.lastNumber());
+        list.List.resetOutOfMemory();
         cursor = "'averyveryverylongname";
         EXPECT_EQ(1u, buttoken(out, &cursor, BUT_TOKEN_EXTEND, sizeof out));
         EXPECT_EQ(2703, list.lastNumber());
