@@ -71,9 +71,21 @@ KoError& KoError::operator<<(const KoSubString& text) {
     return ErrorText.setParam(text) ? sinkError() : *this;
 }
 
-KoError& KoError::operator<<(unsigned long value) { return substituteNumber(0, 0, value); }
-KoError& KoError::operator<<(long value) { return substituteNumber(value, 1, 0); }
-KoError& KoError::operator<<(unsigned short value) { return substituteNumber(0, 0, value); }
-KoError& KoError::operator<<(short value) { return substituteNumber(value, 1, 0); }
-KoError& KoError::operator<<(int value) { return substituteNumber(value, 1, 0); }
-KoError& KoError::operator<<(unsigned int value) { return substituteNumber(0, 0, value); }
+KoError& KoError::operator<<(unsigned long value) {
+    return substituteNumber(0, 0, value);
+}
+KoError& KoError::operator<<(long value) {
+    return substituteNumber(value, 1, 0);
+}
+KoError& KoError::operator<<(unsigned short value) {
+    return substituteNumber(0, 0, value);
+}
+KoError& KoError::operator<<(short value) {
+    return substituteNumber(value, 1, 0);
+}
+KoError& KoError::operator<<(int value) {
+    return substituteNumber(value, 1, 0);
+}
+KoError& KoError::operator<<(unsigned int value) {
+    return substituteNumber(0, 0, value);
+}

@@ -30,9 +30,13 @@ KoError& addFromCatalogue(unsigned short number, ErrorType type) {
 }
 } // namespace
 
-KoError& addError(unsigned short number) { return addFromCatalogue(number, ERRORTYPE_ERROR); }
+KoError& addError(unsigned short number) {
+    return addFromCatalogue(number, ERRORTYPE_ERROR);
+}
 
-KoError& addWarning(unsigned short number) { return addFromCatalogue(number, ERRORTYPE_WARNING); }
+KoError& addWarning(unsigned short number) {
+    return addFromCatalogue(number, ERRORTYPE_WARNING);
+}
 
 KoError& addError(unsigned short number, const char* text) {
     return addNew(number, text, ERRORTYPE_ERROR, 0);
@@ -68,10 +72,9 @@ struct OsErrorMap {
 };
 
 const OsErrorMap OS_ERRORS[] = {
-    {1, 1519, true},  {2, 1509, true},   {5, 30041, true},  {9, 1507, false},
-    {11, 1512, false}, {12, 1503, false}, {13, 1508, true},  {17, 1520, true},
-    {24, 30045, false}, {28, 1506, true}, {30, 30049, true}, {35, 1521, true},
-    {37, 1514, false},
+    {1, 1519, true},   {2, 1509, true},  {5, 30041, true},  {9, 1507, false},   {11, 1512, false},
+    {12, 1503, false}, {13, 1508, true}, {17, 1520, true},  {24, 30045, false}, {28, 1506, true},
+    {30, 30049, true}, {35, 1521, true}, {37, 1514, false},
 };
 
 // A catalogue text is used as a printf format only when its conversions are at most two "%s"

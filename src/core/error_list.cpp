@@ -14,10 +14,16 @@ KoErrorList::KoErrorList(void* owner, unsigned supportMultipleErrors)
     // constructing a list cannot fail.
 }
 
-KoErrorList::~KoErrorList() { clearErrors(); }
+KoErrorList::~KoErrorList() {
+    clearErrors();
+}
 
-KoError* KoErrorList::getMemoryError() { return &MemoryErrorStatic; }
-KoError* KoErrorList::getDummyError() { return &DummyErrorStatic; }
+KoError* KoErrorList::getMemoryError() {
+    return &MemoryErrorStatic;
+}
+KoError* KoErrorList::getDummyError() {
+    return &DummyErrorStatic;
+}
 
 KoError* KoErrorList::allocError(unsigned short errorNumber, const char* text, ErrorType type,
                                  unsigned short interfaceError, long nativeError) {
@@ -90,7 +96,9 @@ int KoErrorList::isExistingError() {
     return mix == 1 || mix == 2;
 }
 
-int KoErrorList::isWarningOnly() { return getErrorsMix() == 3; }
+int KoErrorList::isWarningOnly() {
+    return getErrorsMix() == 3;
+}
 
 unsigned KoErrorList::concatErrors(KoString* out, unsigned short separator) {
     unsigned long count = getCount();
@@ -139,6 +147,10 @@ KoError* KoErrorList::getNodeAtPos(unsigned long pos) {
     return pos < getCount() ? static_cast<KoError*>(at(pos)) : nullptr;
 }
 
-void KoErrorList::pushOnErrorKeeper() { KoErrorKeeper::setErrorList(this); }
+void KoErrorList::pushOnErrorKeeper() {
+    KoErrorKeeper::setErrorList(this);
+}
 
-KoErrorList* KoErrorList::popOffErrorKeeper() { return KoErrorKeeper::giveUpErrorList(); }
+KoErrorList* KoErrorList::popOffErrorKeeper() {
+    return KoErrorKeeper::giveUpErrorList();
+}

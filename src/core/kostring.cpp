@@ -37,7 +37,9 @@ unsigned KoString::initialize(const char* text) {
     return initialize(text, text ? std::strlen(text) : 0);
 }
 
-unsigned KoString::initialize(const KoSubString& text) { return initialize(text.Buf, text.CurSize); }
+unsigned KoString::initialize(const KoSubString& text) {
+    return initialize(text.Buf, text.CurSize);
+}
 
 unsigned KoString::initialize(const KoSubString* text) {
     return text ? initialize(text->Buf, text->CurSize) : initialize("", 0);
@@ -152,9 +154,13 @@ unsigned KoString::concat(char ch) {
     return 0;
 }
 
-unsigned KoString::concat(const char* text) { return concat(text, text ? std::strlen(text) : 0); }
+unsigned KoString::concat(const char* text) {
+    return concat(text, text ? std::strlen(text) : 0);
+}
 
-unsigned KoString::concat(const KoSubString& text) { return concat(text.Buf, text.CurSize); }
+unsigned KoString::concat(const KoSubString& text) {
+    return concat(text.Buf, text.CurSize);
+}
 
 unsigned KoString::concat(const KoSubString* text) {
     return text ? concat(text->Buf, text->CurSize) : 0;

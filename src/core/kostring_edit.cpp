@@ -72,8 +72,8 @@ unsigned KoString::changeBytes(unsigned long offset, unsigned long oldLength, co
     return 0;
 }
 
-unsigned KoString::replaceSubString(const char* match, unsigned long matchLength,
-                                    const char* text, unsigned long textLength) {
+unsigned KoString::replaceSubString(const char* match, unsigned long matchLength, const char* text,
+                                    unsigned long textLength) {
     if (!match || !matchLength || !Buf) return 0;
     if (!text) textLength = 0;
     unsigned long pos = 0;
@@ -140,8 +140,8 @@ unsigned KoString::forceEol(int count) {
     return 0;
 }
 
-unsigned KoString::insertLineBreaks(unsigned long width, unsigned char quote1,
-                                    unsigned char quote2, unsigned char quote3) {
+unsigned KoString::insertLineBreaks(unsigned long width, unsigned char quote1, unsigned char quote2,
+                                    unsigned char quote3) {
     if (CurSize <= width) return 0;
     KoString out;
     if (out.initialize(static_cast<unsigned long>(CurSize) + 100, 0)) return 1;

@@ -33,20 +33,20 @@ void encipher(uint8_t& y, uint8_t& z, const unsigned char* k) {
     uint8_t sum = 0;
     for (int round = 0; round < 32; ++round) {
         sum = static_cast<uint8_t>(sum + DELTA);
-        y = static_cast<uint8_t>(y + ((static_cast<uint8_t>(z << 4) + k[0]) ^ (z + sum) ^
-                                      ((z >> 5) + k[1])));
-        z = static_cast<uint8_t>(z + ((static_cast<uint8_t>(y << 4) + k[2]) ^ (y + sum) ^
-                                      ((y >> 5) + k[3])));
+        y = static_cast<uint8_t>(
+            y + ((static_cast<uint8_t>(z << 4) + k[0]) ^ (z + sum) ^ ((z >> 5) + k[1])));
+        z = static_cast<uint8_t>(
+            z + ((static_cast<uint8_t>(y << 4) + k[2]) ^ (y + sum) ^ ((y >> 5) + k[3])));
     }
 }
 
 void decipher(uint8_t& y, uint8_t& z, const unsigned char* k) {
     uint8_t sum = static_cast<uint8_t>(DELTA * 32);
     for (int round = 0; round < 32; ++round) {
-        z = static_cast<uint8_t>(z - ((static_cast<uint8_t>(y << 4) + k[2]) ^ (y + sum) ^
-                                      ((y >> 5) + k[3])));
-        y = static_cast<uint8_t>(y - ((static_cast<uint8_t>(z << 4) + k[0]) ^ (z + sum) ^
-                                      ((z >> 5) + k[1])));
+        z = static_cast<uint8_t>(
+            z - ((static_cast<uint8_t>(y << 4) + k[2]) ^ (y + sum) ^ ((y >> 5) + k[3])));
+        y = static_cast<uint8_t>(
+            y - ((static_cast<uint8_t>(z << 4) + k[0]) ^ (z + sum) ^ ((z >> 5) + k[1])));
         sum = static_cast<uint8_t>(sum - DELTA);
     }
 }
@@ -75,19 +75,33 @@ void tea(char* text, unsigned long n, const char* given, bool forward) {
 void KoString::encrypt(unsigned short type, const char* key) {
     if (!Buf) return;
     switch (type) {
-    case 1: complement(Buf, CurSize, false); break;
-    case 2: complement(Buf, CurSize, true); break;
-    case 3: tea(Buf, CurSize, key, true); break;
-    default: break;
+    case 1:
+        complement(Buf, CurSize, false);
+        break;
+    case 2:
+        complement(Buf, CurSize, true);
+        break;
+    case 3:
+        tea(Buf, CurSize, key, true);
+        break;
+    default:
+        break;
     }
 }
 
 void KoString::decrypt(unsigned short type, const char* key) {
     if (!Buf) return;
     switch (type) {
-    case 1: complement(Buf, CurSize, false); break;
-    case 2: complement(Buf, CurSize, true); break;
-    case 3: tea(Buf, CurSize, key, false); break;
-    default: break;
+    case 1:
+        complement(Buf, CurSize, false);
+        break;
+    case 2:
+        complement(Buf, CurSize, true);
+        break;
+    case 3:
+        tea(Buf, CurSize, key, false);
+        break;
+    default:
+        break;
     }
 }

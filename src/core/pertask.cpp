@@ -9,12 +9,20 @@ void* MDS_PER_TASK_GLOBALS[MDS_LAST_PER_TASK_ENTRY]; // all zero at load
 
 extern "C" void BosLibMain() {}
 
-int mdsPerTaskInit() { return 1; }
+int mdsPerTaskInit() {
+    return 1;
+}
 void mdsPerTaskTerm() {}
-int mdsIsTaskInit() { return 1; }
+int mdsIsTaskInit() {
+    return 1;
+}
 
-void* mdsGetPerTaskData(PerTaskData slot) { return MDS_PER_TASK_GLOBALS[slot]; }
-void** mdsGetPerTaskDataAddress(PerTaskData slot) { return &MDS_PER_TASK_GLOBALS[slot]; }
+void* mdsGetPerTaskData(PerTaskData slot) {
+    return MDS_PER_TASK_GLOBALS[slot];
+}
+void** mdsGetPerTaskDataAddress(PerTaskData slot) {
+    return &MDS_PER_TASK_GLOBALS[slot];
+}
 void mdsSetPerTaskData(PerTaskData slot, const void* value) {
     MDS_PER_TASK_GLOBALS[slot] = const_cast<void*>(value);
 }
@@ -22,11 +30,15 @@ void mdsSetPerTaskData(PerTaskData slot, const void* value) {
 KoSemaphoreInfo* bosGetPTaskSemInfo() {
     return static_cast<KoSemaphoreInfo*>(mdsGetPerTaskData(MDS_PER_TASK_SEM_INFO));
 }
-void bosPutPTaskSemInfo(KoSemaphoreInfo* info) { mdsSetPerTaskData(MDS_PER_TASK_SEM_INFO, info); }
+void bosPutPTaskSemInfo(KoSemaphoreInfo* info) {
+    mdsSetPerTaskData(MDS_PER_TASK_SEM_INFO, info);
+}
 KoIniFileCacheList* bosGetPTaskIniList() {
     return static_cast<KoIniFileCacheList*>(mdsGetPerTaskData(MDS_PER_TASK_INI_LIST));
 }
-void bosPutPTaskIniList(KoIniFileCacheList* list) { mdsSetPerTaskData(MDS_PER_TASK_INI_LIST, list); }
+void bosPutPTaskIniList(KoIniFileCacheList* list) {
+    mdsSetPerTaskData(MDS_PER_TASK_INI_LIST, list);
+}
 
 unsigned short countDBLibInits(unsigned short increment) {
     DBLIB_LOCK.enter();

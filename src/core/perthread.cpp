@@ -7,7 +7,9 @@
 #include "kolib/thread.h"
 #include "core/lib_statics.h"
 
-KoThreadInfo::KoThreadInfo(unsigned long threadId) : Next(nullptr) { initialize(threadId); }
+KoThreadInfo::KoThreadInfo(unsigned long threadId) : Next(nullptr) {
+    initialize(threadId);
+}
 
 KoThreadInfo::~KoThreadInfo() {}
 

@@ -37,8 +37,12 @@ void ramFailFrom(long n) {
     FailCountdown.store(n > 0 ? n : 0);
 }
 
-long ramAllocationCount() { return AllocCount.load(); }
-long ramLiveBlocks() { return LiveBlocks.load(); }
+long ramAllocationCount() {
+    return AllocCount.load();
+}
+long ramLiveBlocks() {
+    return LiveBlocks.load();
+}
 
 void* ramMalloc(unsigned long size) {
     if (injectFailure()) return nullptr;
@@ -84,7 +88,9 @@ char* ramAllocStr(const char* text, unsigned long length) {
     return p;
 }
 
-char* ramAllocStr(const char* text) { return ramAllocStr(text, text ? std::strlen(text) : 0); }
+char* ramAllocStr(const char* text) {
+    return ramAllocStr(text, text ? std::strlen(text) : 0);
+}
 
 unsigned ramResize(void** block, unsigned long newSize) {
     void* p = ramRealloc(*block, newSize);

@@ -14,9 +14,13 @@
 #include "kolib/unicode.h"
 
 namespace {
-const unsigned short* wide(const char* p) { return reinterpret_cast<const unsigned short*>(p); }
+const unsigned short* wide(const char* p) {
+    return reinterpret_cast<const unsigned short*>(p);
+}
 
-unsigned long textLength(const char* text) { return text ? std::strlen(text) : 0; }
+unsigned long textLength(const char* text) {
+    return text ? std::strlen(text) : 0;
+}
 
 // Compares the bytes of two texts as if each byte were a wide character, case-insensitively.
 int16_t compareBytesAsWideCi(const char* a, unsigned long aLength, const char* b,
@@ -31,7 +35,9 @@ int16_t compareBytesAsWideCi(const char* a, unsigned long aLength, const char* b
 }
 } // namespace
 
-KoSubString::KoSubString(const char* text) : DataIsWcs(0) { initialize(text, textLength(text)); }
+KoSubString::KoSubString(const char* text) : DataIsWcs(0) {
+    initialize(text, textLength(text));
+}
 
 int16_t KoSubString::compare(const KoObject* other) const {
     return compareCi(*static_cast<const KoSubString*>(other));
@@ -91,7 +97,9 @@ int KoSubString::isEqual(const char* text, unsigned long length) const {
     return strEqual(Buf, CurSize, text, length);
 }
 
-int KoSubString::isEqual(const char* text) const { return isEqual(text, textLength(text)); }
+int KoSubString::isEqual(const char* text) const {
+    return isEqual(text, textLength(text));
+}
 
 int KoSubString::isEqual(const char* text, unsigned long length, unsigned long ownLength) const {
     return strEqual(Buf, ownLength < CurSize ? ownLength : CurSize, text, length);
@@ -107,10 +115,11 @@ int KoSubString::isEqualCi(const char* text, unsigned long length) const {
     return strEqualCi(Buf, CurSize, text, length);
 }
 
-int KoSubString::isEqualCi(const char* text) const { return isEqualCi(text, textLength(text)); }
+int KoSubString::isEqualCi(const char* text) const {
+    return isEqualCi(text, textLength(text));
+}
 
-int KoSubString::isEqualCi(const char* text, unsigned long length,
-                           unsigned long ownLength) const {
+int KoSubString::isEqualCi(const char* text, unsigned long length, unsigned long ownLength) const {
     return strEqualCi(Buf, ownLength < CurSize ? ownLength : CurSize, text, length);
 }
 
@@ -120,9 +129,8 @@ int KoSubString::isLike(const char* pattern, unsigned long patternLength, unsign
                    anyMany, anyOne, escape, 1, 0);
 }
 
-int KoSubString::isLikeCi(const char* pattern, unsigned long patternLength,
-                          unsigned char anyMany, unsigned char anyOne,
-                          unsigned char escape) const {
+int KoSubString::isLikeCi(const char* pattern, unsigned long patternLength, unsigned char anyMany,
+                          unsigned char anyOne, unsigned char escape) const {
     return strLike(Buf ? Buf : "", CurSize, pattern ? pattern : "", pattern ? patternLength : 0,
                    anyMany, anyOne, escape, 0, 0);
 }

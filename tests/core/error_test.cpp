@@ -31,7 +31,8 @@ protected:
 using MultiErrorList = Pushed;
 
 std::string replaceAll(std::string text, const std::string& mark, const std::string& value) {
-    for (size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at + value.size()))
+    for (size_t at = text.find(mark); at != std::string::npos;
+         at = text.find(mark, at + value.size()))
         text.replace(at, mark.size(), value);
     return text;
 }
@@ -78,8 +79,17 @@ TEST_F(SingleErrorList, FirstErrorWinsAndLaterParametersAreDropped) {
 }
 
 TEST_F(MultiErrorList, ParameterMarksBeyondNineAndUnfilledMarks) {
-    addError(2000, "%s1-%s2-%sx10-%sx11-%n1-%sx12-%s1") << "a" << "b" << "c" << "d" << "e" << "f"
-                                                      << "g" << "h" << "i" << "j" << "k";
+    addError(2000, "%s1-%s2-%sx10-%sx11-%n1-%sx12-%s1") << "a"
+                                                        << "b"
+                                                        << "c"
+                                                        << "d"
+                                                        << "e"
+                                                        << "f"
+                                                        << "g"
+                                                        << "h"
+                                                        << "i"
+                                                        << "j"
+                                                        << "k";
     // Texts fill %s1..%s9 and %sx10, %sx11; "%n1" and "%sx12" are never filled.
     EXPECT_EQ(lastText(), "a-b-j-k-%n1-%sx12-a");
 
@@ -170,7 +180,8 @@ TEST(ErrorListStack, ListsNestPerThread) {
 TEST_F(MultiErrorList, OperatingSystemErrors) {
     bosMapError(2, nullptr);
     EXPECT_EQ(KoErrorKeeper::getLastErrorNumber(), 1509);
-    EXPECT_EQ(lastText(), replaceAll(std::string(static_cast<const char*>(KoResourceString(1509))), "%s1", ""));
+    EXPECT_EQ(lastText(),
+              replaceAll(std::string(static_cast<const char*>(KoResourceString(1509))), "%s1", ""));
 
     bosMapError(13, "/etc/shadow");
     EXPECT_EQ(KoErrorKeeper::getLastErrorNumber(), 1508);
@@ -200,7 +211,8 @@ TEST_F(MultiErrorList, AllocationFailureWhileAdding) {
     long baseline = ramLiveBlocks();
     for (long n = 1; n < 50; ++n) {
         ramFailAfter(n);
-        KoError& added = addError(1509, "file %s1 in %s2") << "a.ini" << "/home";
+        KoError& added = addError(1509, "file %s1 in %s2") << "a.ini"
+                                                           << "/home";
         bool failed = added.isDummyError();
         ramFailAfter(0);
         if (!failed) {
