@@ -72,36 +72,29 @@ void tea(char* text, unsigned long n, const char* given, bool forward) {
 }
 } // namespace
 
-void KoString::encrypt(unsigned short type, const char* key) {
-    if (!Buf) return;
+namespace {
+void scramble(char* bytes, unsigned long n, unsigned short type, const char* key, bool forward) {
+    if (!bytes) return;
     switch (type) {
     case 1:
-        complement(Buf, CurSize, false);
-        break;
+        complement(bytes, n, false);
+        break; // its own inverse
     case 2:
-        complement(Buf, CurSize, true);
+        complement(bytes, n, true);
         break;
     case 3:
-        tea(Buf, CurSize, key, true);
+        tea(bytes, n, key, forward);
         break;
     default:
         break;
     }
 }
+} // namespace
+
+void KoString::encrypt(unsigned short type, const char* key) {
+    scramble(Buf, CurSize, type, key, true);
+}
 
 void KoString::decrypt(unsigned short type, const char* key) {
-    if (!Buf) return;
-    switch (type) {
-    case 1:
-        complement(Buf, CurSize, false);
-        break;
-    case 2:
-        complement(Buf, CurSize, true);
-        break;
-    case 3:
-        tea(Buf, CurSize, key, false);
-        break;
-    default:
-        break;
-    }
+    scramble(Buf, CurSize, type, key, false);
 }
