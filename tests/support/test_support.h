@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include "kolib/errors.h"
 
 namespace kotest {
 
@@ -28,6 +29,19 @@ public:
 private:
     std::string Name, Old;
     bool HadOld;
+};
+
+// An error list pushed on the calling thread for the length of a scope.
+class PushedList {
+public:
+    PushedList() : List(nullptr, 1) { List.pushOnErrorKeeper(); }
+    ~PushedList() { List.popOffErrorKeeper(); }
+    unsigned short lastNumber() const { return KoErrorKeeper::getLastErrorNumber(); }
+    std::string lastText() const {
+        KoError* e = KoErrorKeeper::getLastError();
+        return e ? e->getErrorText() : "";
+    }
+    KoErrorList List;
 };
 
 } // namespace kotest

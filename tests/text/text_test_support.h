@@ -1,4 +1,4 @@
-// Helpers of the text tests: an error list pushed for a scope, the per-thread UTF-8 mode, a
+// Helpers of the text tests: the per-thread UTF-8 mode, a
 // locale switch, and a buffer whose last byte sits right before an inaccessible page, so that
 // any read past a counted length faults.
 #pragma once
@@ -14,19 +14,9 @@
 #include "kolib/frame.h"
 #include "kolib/unicode.h"
 
-namespace kotest {
+#include "test_support.h"
 
-class PushedList {
-public:
-    PushedList() : List(nullptr, 1) { List.pushOnErrorKeeper(); }
-    ~PushedList() { List.popOffErrorKeeper(); }
-    unsigned short lastNumber() const { return KoErrorKeeper::getLastErrorNumber(); }
-    std::string lastText() const {
-        KoError* e = KoErrorKeeper::getLastError();
-        return e ? e->getErrorText() : "";
-    }
-    KoErrorList List;
-};
+namespace kotest {
 
 // Puts the calling thread in UTF-8 mode (DBMSCodePage 2) for a scope.
 class Utf8Mode {
