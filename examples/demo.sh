@@ -28,3 +28,14 @@ run like "ABC" "A_"
 
 echo "== Tokens of an SQL statement"
 run tokens "SELECT o.id, 'O''Neil' AS name FROM orders o WHERE o.total >= 10.5 AND o.x <> {fn NOW()}"
+
+echo "== Where the configuration files resolve (bundled sample home in examples/home)"
+here=$(cd "$(dirname "$0")" && pwd)
+(
+    export HOME="$here/home" ODBC_INI="$here/home/.odbc.ini" KO_SYSTEM_INI="$here/system.defaults"
+    unset ODBCINI KO_ODBC_INI KOLIB_INI
+    run files
+    run locate .odbc.ini 0x02
+)
+run locate libkolib.so 0x08
+run locate no-such-file.ini

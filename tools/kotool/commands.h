@@ -5,3 +5,5 @@
 int cmdMsg(int argc, char** argv);
 int cmdLike(int argc, char** argv);
 int cmdTokens(int argc, char** argv);
+int cmdFiles(int argc, char** argv);
+int cmdLocate(int argc, char** argv);

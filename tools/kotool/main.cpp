@@ -17,6 +17,8 @@ const Command COMMANDS[] = {
     {"like", cmdLike, "like [-c] TEXT PATTERN",
      "LIKE matching with % and _ (backslash escapes; -c: case-sensitive)"},
     {"tokens", cmdTokens, "tokens TEXT", "the tokeniser's output, one token a line"},
+    {"files", cmdFiles, "files", "where the configuration files resolve in this environment"},
+    {"locate", cmdLocate, "locate NAME [FLAGS]", "look a file up along the search directories"},
 };
 
 int usage(FILE* out) {
