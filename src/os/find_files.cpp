@@ -63,6 +63,12 @@ bool buildCommand(char* cmd, std::size_t size, const char* pattern) {
     return true;
 }
 
+// The descriptor is not a KoObject: it lives in a ram block and is released the same way.
+void release(KoBosFileFindDesc* desc) {
+    desc->~KoBosFileFindDesc();
+    ramFree(desc);
+}
+
 } // namespace
 
 KoBosFileFindDesc::KoBosFileFindDesc(const char* pattern)
@@ -168,7 +174,7 @@ unsigned bosFindFiles(void** handle, char* name) {
             return 1;
         }
         if (!desc->isInitialized()) {
-            delete desc;
+            release(desc);
             *handle = nullptr;
             name[0] = '\0';
             return 1;
@@ -179,7 +185,7 @@ unsigned bosFindFiles(void** handle, char* name) {
         if (traced()) std::printf("bosFindFiles: returns fileName=%s\n", name);
         return 0;
     }
-    delete desc;
+    release(desc);
     *handle = nullptr;
     name[0] = '\0';
     return 0;
