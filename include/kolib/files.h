@@ -19,7 +19,8 @@ enum {
 
 // The flag word of bosFileOpen; the bits combine.
 enum {
-    BOS_OPEN_CREATE = 0x0001,            // create anew: delete an old file, open read-write
+    BOS_OPEN_CREATE = 0x0001,            // create anew: delete an old file (failing when it
+                                         // cannot be deleted), open read-write
     BOS_OPEN_WRITE = 0x0002,             // read-write (otherwise read-only)
     BOS_OPEN_CREATE_IF_MISSING = 0x0004, // create when missing; take no lock on byte 1
     BOS_OPEN_HOME = 0x0008,              // the name is relative to "HOME"

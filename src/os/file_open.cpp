@@ -177,7 +177,9 @@ unsigned bosFileOpen(char* name, unsigned long flags, int* fd) {
 
     if (flags & BOS_OPEN_CREATE) {
         int mode = O_RDWR | O_CREAT | ((flags & BOS_OPEN_TEMP_EXCL) ? O_EXCL : 0);
-        unlink(path);
+        // "Anew" means anew: an old file that cannot be deleted (a read-only directory, say)
+        // would otherwise be opened with its old contents, so that is a failure.
+        if (unlink(path) != 0 && errno != ENOENT) return fail(fd, name, errno);
         errno = 0;
         *fd = openPath(path, mode);
         if (*fd < 0) return fail(fd, name, errno);
