@@ -37,3 +37,4 @@
 #include "kolib/tokenizer.h"
 #include "kolib/typed_arrays.h"
 #include "kolib/unicode.h"
+#include "kolib/value_parser.h"
