@@ -5,3 +5,4 @@
 int cmdMsg(int argc, char** argv);
 int cmdLike(int argc, char** argv);
 int cmdTokens(int argc, char** argv);
+int cmdConnstr(int argc, char** argv);
