@@ -26,8 +26,15 @@ run like -c "Customer Orders" "cust%"
 run like "100%" '100\%'
 run like "ABC" "A_"
 
-echo "== Tokens of an SQL statement"
+echo "== Scanner tokens of an SQL statement (type, offset, text)"
 run tokens "SELECT o.id, 'O''Neil' AS name FROM orders o WHERE o.total >= 10.5 AND o.x <> {fn NOW()}"
+run tokens "SELECT * FROM a, b /* join */ WHERE a.k = b.k(+) -- outer"
+
+echo "== Connection strings: pairs and the string rebuilt from them"
+run connstr "DSN=sales;UID=ann;PWD='se;cret'"
+run connstr "ODBC;DRIVER={Ko Driver 2.0};Data Source=/srv/db;;Port=5432"
+run connstr "DSN=a;UID=b;DSN=c"
+run connstr "DSN=a;UID"
 
 echo "== Where the configuration files resolve (bundled sample home in examples/home)"
 here=$(cd "$(dirname "$0")" && pwd)

@@ -7,3 +7,4 @@ int cmdLike(int argc, char** argv);
 int cmdTokens(int argc, char** argv);
 int cmdFiles(int argc, char** argv);
 int cmdLocate(int argc, char** argv);
+int cmdConnstr(int argc, char** argv);

@@ -16,7 +16,9 @@ const Command COMMANDS[] = {
      "word a library error through the error list and the message catalogue"},
     {"like", cmdLike, "like [-c] TEXT PATTERN",
      "LIKE matching with % and _ (backslash escapes; -c: case-sensitive)"},
-    {"tokens", cmdTokens, "tokens TEXT", "the tokeniser's output, one token a line"},
+    {"tokens", cmdTokens, "tokens TEXT", "the scanner's tokens: type, offset, text"},
+    {"connstr", cmdConnstr, "connstr [-s SEP] STRING",
+     "the KEY=value pairs of an attribute string, rebuilt"},
     {"files", cmdFiles, "files", "where the configuration files resolve in this environment"},
     {"locate", cmdLocate, "locate NAME [FLAGS]", "look a file up along the search directories"},
 };

@@ -1,0 +1,409 @@
+// KoScanner: construction, character reading and getToken. The scanner walks the counted
+// text one character at a time through getSymbol, which never steps past StrLen (a
+// multi-byte character cut by the end is taken as the bytes that are left). Classification
+// of ASCII bytes is by table; other characters are converted to wide characters from
+// exactly their own bytes and tested in the current locale.
+#include <cstring>
+#include <cwchar>
+#include <cwctype>
+#include "kolib/errors.h"
+#include "kolib/mbchar.h"
+#include "kolib/scanner.h"
+
+namespace {
+enum : unsigned char { ASCII_WHITE = 1, ASCII_ALPHA = 2, ASCII_DIGIT = 4 };
+
+struct AsciiClasses {
+    unsigned char Bits[128];
+    constexpr AsciiClasses() : Bits() {
+        for (int c = 9; c <= 13; ++c) Bits[c] = ASCII_WHITE;
+        Bits[' '] = ASCII_WHITE;
+        for (int c = 'a'; c <= 'z'; ++c) Bits[c] = Bits[c - 32] = ASCII_ALPHA;
+        Bits['_'] = ASCII_ALPHA;
+        for (int c = '0'; c <= '9'; ++c) Bits[c] = ASCII_DIGIT;
+    }
+};
+constexpr AsciiClasses ASCII;
+
+// The wide character of the `size` bytes at p, or WEOF.
+std::wint_t wideOf(const char* p, unsigned size) {
+    wchar_t wc;
+    std::mbstate_t state{};
+    std::size_t r = std::mbrtowc(&wc, p, size, &state);
+    return r == 0 || r > size ? WEOF : static_cast<std::wint_t>(wc);
+}
+
+inline bool isDigitByte(unsigned char c) {
+    return c >= '0' && c <= '9';
+}
+
+// Characters that end a path.
+inline bool isPathStop(unsigned c) {
+    return c == ',' || c == '(' || c == ')' || c == '|';
+}
+
+const char EMPTY_TEXT[] = "";
+} // namespace
+
+const OperatorInfo KoScanner::Operators[] = {
+    {C_QUESTION},      {C_COMMA},        {C_LEFT_PAREN},   {C_RIGHT_PAREN}, {C_PERIOD},
+    {C_EQUAL},         {C_EQUAL_EQUAL},  {C_EQUAL_MULT},   {C_EQUAL_LESS},  {C_EQUAL_GREATER},
+    {C_PLUS},          {C_PLUS_PLUS},    {C_AND},          {C_AND_AND},     {C_OR},
+    {C_OR_OR},         {C_MINUS},        {C_MINUS_MINUS},  {C_DIVIDE},      {C_DIVIDE_DIVIDE},
+    {C_MULT},          {C_MULT_MULT},    {C_MULT_EQUAL},   {C_GREATER},     {C_GREATER_EQUAL},
+    {C_LESS},          {C_LESS_EQUAL},   {C_LESS_GREATER}, {C_NOT},         {C_NOT_EQUAL},
+    {C_NOT_LESS},      {C_NOT_GREATER},  {C_SEMICOLON},    {C_COLON},       {C_OPEN_BRACKET},
+    {C_CLOSE_BRACKET}, {C_DOLLAR},       {C_POUND},        {C_PERCENT},     {C_AT},
+    {C_DOUBLE_QUOTE},  {C_SINGLE_QUOTE}, {C_BACK_QUOTE},   {C_NONE}};
+const unsigned KoScanner::OperatorCount = 44;
+
+KoScanner::KoScanner() {
+    init();
+}
+
+KoScanner::KoScanner(const char* text, unsigned long length) {
+    init();
+    setScanString(text, length);
+}
+
+KoScanner::KoScanner(const char* text) {
+    init();
+    setScanString(text, text ? std::strlen(text) : 0);
+}
+
+KoScanner::KoScanner(const KoSubString* text) {
+    init();
+    if (text) setScanString(text->Buf, text->CurSize);
+}
+
+KoScanner::KoScanner(const KoSubString& text) {
+    init();
+    setScanString(text.Buf, text.CurSize);
+}
+
+KoScanner::KoScanner(KoString* text) {
+    init();
+    setScanString(text);
+}
+
+KoScanner::~KoScanner() = default;
+
+void KoScanner::init() {
+    Str = EMPTY_TEXT;
+    StrLen = 0;
+    NextIndex = 0;
+    ChangeString = nullptr;
+    DecimalOk = 1;
+    EndOfString = 0;
+    SymbolLength = 0;
+    setDefaultQuotes();
+}
+
+void KoScanner::setScanString(const char* text, unsigned long length) {
+    Str = text ? text : EMPTY_TEXT;
+    StrLen = text ? static_cast<uint32_t>(length) : 0;
+    NextIndex = 0;
+    DecimalOk = 1;
+    EndOfString = 0;
+    SymbolLength = 0;
+    ChangeString = nullptr;
+}
+
+void KoScanner::setScanString(KoString* text) {
+    if (text)
+        setScanString(text->Buf, text->CurSize);
+    else
+        setScanString(nullptr, 0);
+    ChangeString = text;
+}
+
+void KoScanner::setDefaultQuotes() {
+    setQuotingChars('\'', '"', '`');
+    MatchBrackets = 0;
+    MatchParens = 0;
+    ParseComments = 0;
+    OpenCharacter = 0xFFFF;
+    CloseCharacter = 0xFFFF;
+}
+
+unsigned KoScanner::setCurrentPosition(unsigned long pos) {
+    if (pos >= StrLen) return 1;
+    NextIndex = static_cast<uint32_t>(pos);
+    return 0;
+}
+
+void KoScanner::getToken(KoToken& token, unsigned long offset, unsigned long length) {
+    token.initialize(Str + offset, length);
+    token.TokenType = C_NONE;
+    token.BegOfToken = static_cast<uint32_t>(offset);
+}
+
+const char* KoScanner::getSymbol() {
+    if (NextIndex < StrLen) {
+        const char* p = Str + NextIndex;
+        unsigned size =
+            static_cast<unsigned char>(*p) < 0x80 ? 1 : koCharSizeWithin(p, StrLen - NextIndex);
+        SymbolLength = static_cast<uint16_t>(size);
+        NextIndex += size;
+        return p;
+    }
+    EndOfString = 1;
+    SymbolLength = 0;
+    return nullptr;
+}
+
+int KoScanner::isAlpha(const char* p) const {
+    if (!p) return 0;
+    unsigned char c = static_cast<unsigned char>(*p);
+    if (c < 0x80) return ASCII.Bits[c] & ASCII_ALPHA;
+    std::wint_t wc = wideOf(p, SymbolLength);
+    return wc != WEOF && std::iswalpha(wc);
+}
+
+int KoScanner::isAlphaNum(const char* p) const {
+    if (!p) return 0;
+    unsigned char c = static_cast<unsigned char>(*p);
+    if (c < 0x80) return ASCII.Bits[c] & (ASCII_ALPHA | ASCII_DIGIT);
+    std::wint_t wc = wideOf(p, SymbolLength);
+    return wc != WEOF && std::iswalnum(wc);
+}
+
+int KoScanner::isWhite(const char* p) const {
+    unsigned char c = static_cast<unsigned char>(*p);
+    if (c < 0x80) return ASCII.Bits[c] & ASCII_WHITE;
+    std::wint_t wc = wideOf(p, SymbolLength);
+    return wc != WEOF && std::iswspace(wc);
+}
+
+unsigned KoScanner::symbolCode(const char* p) const {
+    const unsigned char* b = reinterpret_cast<const unsigned char*>(p);
+    if (SymbolLength <= 1) return b[0];
+    if (SymbolLength == 2) return (static_cast<unsigned>(b[0]) << 8) | b[1];
+    return 0x10000; // longer characters equal no 16-bit character
+}
+
+int KoScanner::inSet(const KoString& set, const char* p) const {
+    if (!set.Buf || !set.CurSize) return 0;
+    if (SymbolLength == 1) {
+        // A lone byte never matches a trail byte of a set member: step the set by characters.
+        for (unsigned long i = 0; i < set.CurSize;) {
+            unsigned size = koCharSizeWithin(set.Buf + i, set.CurSize - i);
+            if (size == 1 && set.Buf[i] == *p) return 1;
+            i += size;
+        }
+        return 0;
+    }
+    for (unsigned long i = 0; i < set.CurSize;) {
+        unsigned size = koCharSizeWithin(set.Buf + i, set.CurSize - i);
+        if (size == SymbolLength && !std::memcmp(set.Buf + i, p, size)) return 1;
+        i += size;
+    }
+    return 0;
+}
+
+int KoScanner::continuesIdentifier(const char* p) const {
+    if (InvalidChars.CurSize) return !inSet(InvalidChars, p);
+    return isAlphaNum(p) || inSet(MiddleChars, p);
+}
+
+ScanCode KoScanner::getToken(KoToken& token, SearchType search) {
+    const char* p;
+    while ((p = getSymbol()) && isWhite(p) && !inSet(FirstChars, p)) {
+    }
+    if (!p) {
+        getToken(token, NextIndex, 0);
+        return token.TokenType = C_EOS;
+    }
+    unsigned long begin = NextIndex - SymbolLength;
+    getToken(token, begin, SymbolLength);
+    unsigned c = symbolCode(p);
+    unsigned char next = lookAhead(1);
+
+    if (isOpenQuote(c)) {
+        token.TokenType = C_LITERAL;
+        readQuoted(token, c);
+    } else if (c == '(' && MatchParens) {
+        token.TokenType = C_LITERAL;
+        readGroup(token, '(', ')', 1);
+    } else if (c == '{' && MatchBrackets) {
+        token.TokenType = C_LITERAL;
+        readGroup(token, '{', '}', 1);
+    } else if (c == OpenCharacter) {
+        token.TokenType = C_LITERAL;
+        readGroup(token, OpenCharacter, CloseCharacter, 1);
+    } else if (ParseComments && ((c == '-' && next == '-') || (c == '/' && next == '*'))) {
+        token.TokenType = C_COMMENT;
+        readComment(token);
+        return token.TokenType;
+    } else {
+        if (search == TOKEN_PATH && !isPathStop(c))
+            token.TokenType = C_PATH;
+        else if (search == TOKEN_SQLWORD && (isAlpha(p) || c == '#'))
+            token.TokenType = C_SQLWORD;
+        else if (InvalidChars.CurSize && !inSet(InvalidChars, p))
+            token.TokenType = C_IDENTIFIER;
+        else if (isAlpha(p) || inSet(FirstChars, p))
+            token.TokenType = C_IDENTIFIER;
+        else if (isDigitByte(static_cast<unsigned char>(c)) && c < 0x80)
+            token.TokenType = C_NUMBER;
+        else if (c == '.' && DecimalOk && isDigitByte(next))
+            token.TokenType = C_FRACTION;
+        else if (c == '(' && next == '+' && lookAhead(2) == ')') {
+            NextIndex += 2;
+            token.TokenType = C_OUTER_JOIN;
+        } else {
+            readOperator(token, c);
+        }
+        if (token.TokenType >= C_IDENTIFIER && token.TokenType <= C_FRACTION) extend(token);
+    }
+    token.setTokenSize(NextIndex - begin);
+    return token.TokenType;
+}
+
+void KoScanner::readQuoted(KoToken& token, unsigned quote) {
+    for (;;) {
+        const char* p = getSymbol();
+        if (!p) {
+            token.TokenType = C_LITERAL_NOT_CLOSED;
+            return;
+        }
+        if (symbolCode(p) != quote) continue;
+        // A doubled quote stands for one quote inside the literal.
+        const char* again = getSymbol();
+        if (again && symbolCode(again) == quote) continue;
+        if (again) unGetSymbol();
+        EndOfString = 0;
+        return;
+    }
+}
+
+void KoScanner::readGroup(KoToken& token, unsigned open, unsigned close, unsigned depth) {
+    while (depth) {
+        const char* p = getSymbol();
+        if (!p) {
+            token.TokenType = C_LITERAL_NOT_CLOSED;
+            return;
+        }
+        unsigned c = symbolCode(p);
+        if (isOpenQuote(c)) {
+            readQuoted(token, c);
+            if (token.TokenType == C_LITERAL_NOT_CLOSED) return;
+        } else if (c == close) {
+            --depth;
+        } else if (c == open) {
+            ++depth;
+        }
+    }
+}
+
+void KoScanner::readComment(KoToken& token) {
+    unsigned long begin = token.BegOfToken;
+    bool line = Str[begin] == '-';
+    ++NextIndex; // the second character of the opening pair
+    for (;;) {
+        const char* p = getSymbol();
+        if (!p) break;
+        if (line && *p == '\n') {
+            // The line feed is consumed but not part of the comment.
+            token.setTokenSize(NextIndex - 1 - begin);
+            return;
+        }
+        if (!line && *p == '*' && lookAhead(1) == '/') {
+            ++NextIndex;
+            break;
+        }
+    }
+    token.setTokenSize(NextIndex - begin);
+}
+
+void KoScanner::extend(KoToken& token) {
+    for (;;) {
+        const char* p = getSymbol();
+        if (!p) return;
+        unsigned char c = static_cast<unsigned char>(*p);
+        bool single = SymbolLength == 1;
+        bool goesOn;
+        switch (token.TokenType) {
+        case C_IDENTIFIER:
+            goesOn = continuesIdentifier(p);
+            break;
+        case C_NUMBER:
+            if (single && c == '.' && DecimalOk) {
+                token.TokenType = C_FRACTION;
+                goesOn = true;
+            } else {
+                goesOn = single && isDigitByte(c);
+            }
+            break;
+        case C_FRACTION:
+            goesOn = single && isDigitByte(c);
+            // A fraction running up to the end of the text stays C_FRACTION: intended.
+            if (!goesOn) token.TokenType = C_NUMBER;
+            break;
+        case C_PATH:
+            goesOn = !(single && (c < 0x21 || isPathStop(c)));
+            break;
+        default: // C_SQLWORD
+            goesOn = (single && (c == '#' || c == '$')) || isAlphaNum(p) || continuesIdentifier(p);
+            break;
+        }
+        if (!goesOn) {
+            unGetSymbol();
+            return;
+        }
+    }
+}
+
+void KoScanner::readOperator(KoToken& token, unsigned c) {
+    token.TokenType = C_SYMBOL;
+    if (c == 0 || c >= 256) return; // the table's end mark is no operator
+    unsigned i = 0;
+    while (i < OperatorCount && !(Operators[i].getOpLen() == 1 && Operators[i].TheScanCode == c))
+        ++i;
+    if (i >= OperatorCount) return;
+    token.TokenType = Operators[i].TheScanCode;
+    unsigned char next = lookAhead(1);
+    for (++i;
+         i < OperatorCount && Operators[i].getOpLen() == 2 && Operators[i].getFirstSymbol() == c;
+         ++i) {
+        if (Operators[i].getSecondSymbol() == next) {
+            ++NextIndex;
+            token.TokenType = Operators[i].TheScanCode;
+            return;
+        }
+    }
+}
+
+namespace {
+unsigned copySet(KoString& set, const char* chars) {
+    set.unInitialize();
+    if (!chars || !*chars) return 0;
+    if (set.initialize(chars)) {
+        KoErrorKeeper::addMemoryError();
+        return 1;
+    }
+    return 0;
+}
+} // namespace
+
+unsigned KoScanner::setValidFirstChars(const char* set) {
+    return copySet(FirstChars, set);
+}
+
+unsigned KoScanner::setValidMiddleChars(const char* set) {
+    return copySet(MiddleChars, set);
+}
+
+unsigned KoScanner::setValidChars(const char* set) {
+    unsigned failed = copySet(FirstChars, set);
+    return copySet(MiddleChars, set) | failed;
+}
+
+void KoScanner::resetValidChars() {
+    FirstChars.unInitialize();
+    MiddleChars.unInitialize();
+}
+
+unsigned KoScanner::setInvalidChars(const char* set) {
+    return copySet(InvalidChars, set);
+}

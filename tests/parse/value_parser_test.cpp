@@ -1,0 +1,181 @@
+// Attribute strings as drivers receive them: pairs, multi-word keys, braces and quotes,
+// repeats, synonyms, the used marks, rebuilding, the worded errors and exhausted memory.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "../text/text_test_support.h"
+#include "kolib/testing.h"
+#include "kolib/value_parser.h"
+
+namespace {
+
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+std::string str(const KoSubString* s) {
+    return s ? std::string(s->Buf, s->CurSize) : "<null>";
+}
+
+Pairs pairsOf(const KoValueParser& p) {
+    Pairs out;
+    for (unsigned long i = 0; i < p.getCount(); ++i)
+        out.emplace_back(str(p.getAttributeKey(i)),
+                         str(static_cast<KoSubString*>(p.Order.getPtrDataAtIndex(i))));
+    return out;
+}
+
+TEST(ValueParser, ConnectionStringsAsDriversReceiveThem) {
+    kotest::PushedList errors;
+    KoValueParser dsn("DSN=sales;UID=ann;PWD=s3cr3t", ';');
+    ASSERT_EQ(0u, dsn.initialize());
+    EXPECT_EQ((Pairs{{"DSN", "sales"}, {"UID", "ann"}, {"PWD", "s3cr3t"}}), pairsOf(dsn));
+    EXPECT_EQ("ann", str(dsn.getAttributeValue("uid"))); // keys ignore case
+    EXPECT_EQ(nullptr, dsn.getAttributeValue("SERVER"));
+
+    KoValueParser full("ODBC; DRIVER={Ko Driver 2.0};Data  Source = /srv/db ;;"
+                       "PWD='a;b''c';Opt=\"x;y\";Empty=;Last=1;",
+                       ';');
+    ASSERT_EQ(0u, full.initialize());
+    EXPECT_EQ((Pairs{{"DRIVER", "{Ko Driver 2.0}"},
+                     {"Data  Source", "/srv/db"},
+                     {"PWD", "'a;b''c'"},
+                     {"Opt", "\"x;y\""},
+                     {"Empty", ""},
+                     {"Last", "1"}}),
+              pairsOf(full));
+    // "==" and "=>" serve as "=", the value starting behind the first "=".
+    KoValueParser eq("A==b;B=>c", ';');
+    ASSERT_EQ(0u, eq.initialize());
+    EXPECT_EQ((Pairs{{"A", "=b"}, {"B", ">c"}}), pairsOf(eq));
+    KoValueParser empty(";", ';');
+    EXPECT_EQ(0u, empty.initialize());
+    EXPECT_EQ(0u, empty.getCount());
+    EXPECT_FALSE(KoErrorKeeper::isExistingError());
+}
+
+TEST(ValueParser, RepeatedKeys) {
+    {
+        kotest::PushedList errors;
+        KoValueParser p("DSN=a;dsn=b", ';');
+        EXPECT_EQ(1u, p.initialize());
+        EXPECT_EQ(2704, errors.lastNumber());
+        EXPECT_EQ("Syntax error at offset 9; the keyword is given twice: dsn", errors.lastText());
+    }
+    kotest::PushedList errors;
+    KoValueParser allowed("DSN=a;DSN=b", ';', nullptr, 1);
+    ASSERT_EQ(0u, allowed.initialize());
+    EXPECT_EQ((Pairs{{"DSN", "a"}}), pairsOf(allowed));
+    KoValueParser driver("Driver=x;DRIVER=y", ';');
+    ASSERT_EQ(0u, driver.initialize());
+    EXPECT_EQ((Pairs{{"Driver", "x"}}), pairsOf(driver));
+}
+
+TEST(ValueParser, MalformedStringsGiveWordedErrors) {
+    struct Case {
+        const char* Text;
+        const char* Message;
+    } cases[] = {{"=", "Syntax error at offset 0"},
+                 {"==", "Syntax error at offset 0"},
+                 {"DSN", "Syntax error at offset 3"},
+                 {"DSN=a;UID", "Syntax error at offset 9"},
+                 {"DSN=a b c;'x'=1", "Syntax error at offset 10"},
+                 {"DSN=a;5=x", "Syntax error at offset 6"}};
+    for (const Case& c : cases) {
+        kotest::PushedList errors;
+        KoValueParser p(c.Text, ';');
+        EXPECT_EQ(1u, p.initialize()) << c.Text;
+        EXPECT_EQ(c.Message, errors.lastText()) << c.Text;
+    }
+    kotest::PushedList errors;
+    KoValueParser named("DSN", ';', "the connection string");
+    EXPECT_EQ(1u, named.initialize());
+    EXPECT_EQ(2705, errors.lastNumber());
+    EXPECT_EQ("Syntax error at offset 3 in the connection string", errors.lastText());
+}
+
+TEST(ValueParser, SynonymsAndUsedMarks) {
+    kotest::PushedList errors;
+    KoValueParser p("DSN=a;USER=u;X=1;Y=2", ';');
+    ASSERT_EQ(0u, p.initialize());
+    KoSubString* value = nullptr;
+    EXPECT_EQ(0u, p.getAttributeValue("UID", "USER", value));
+    EXPECT_EQ("u", str(value));
+    EXPECT_EQ(0u, p.getAttributeValue("PWD", "PASSWORD", value));
+    EXPECT_EQ(nullptr, value);
+    EXPECT_TRUE(p.isAttributeValue("dsn"));
+    EXPECT_EQ(3u, p.getUnusedCount()); // isAttributeValue marks nothing
+    p.getAttributeValue("DSN");
+    EXPECT_EQ(2u, p.getUnusedCount());
+    EXPECT_EQ("X", str(p.getUnusedAttribute()));
+    EXPECT_EQ("Y", str(p.getUnusedAttribute()));
+    EXPECT_EQ(nullptr, p.getUnusedAttribute());
+    p.resetUnused();
+    EXPECT_EQ("X", str(p.getUnusedAttribute()));
+
+    // Removing a pair keeps the marks of the others; an added pair starts unused.
+    EXPECT_EQ(0u, p.removeAttribute("dsn"));
+    EXPECT_EQ(0u, p.addAttribute("Z", "3"));
+    p.resetUnused();
+    EXPECT_EQ("X", str(p.getUnusedAttribute()));
+    EXPECT_EQ("Y", str(p.getUnusedAttribute()));
+    EXPECT_EQ("Z", str(p.getUnusedAttribute()));
+    EXPECT_EQ(nullptr, p.getUnusedAttribute());
+
+    KoValueParser both("UID=a;USER=b", ';');
+    ASSERT_EQ(0u, both.initialize());
+    EXPECT_EQ(1u, both.getAttributeValue("UID", "USER", value));
+    EXPECT_EQ("Syntax error at offset 12; UID and USER must not both be given", errors.lastText());
+}
+
+TEST(ValueParser, EditedPairsRebuildAndReparse) {
+    kotest::PushedList errors;
+    const char* inputs[] = {"DSN=sales;UID=ann;PWD=s3cr3t",
+                            "ODBC;DRIVER={Ko Driver};Data Source=srv;;PWD='a;b'",
+                            "A=;B=\"q;r\";C=x y z", "Driver=x;Driver=y;Port=5432"};
+    for (const char* input : inputs) {
+        KoValueParser p(input, ';');
+        ASSERT_EQ(0u, p.initialize()) << input;
+        KoString built;
+        ASSERT_EQ(0u, p.buildString(&built));
+        KoValueParser again(KoSubString(built.Buf, built.CurSize), ';');
+        ASSERT_EQ(0u, again.initialize()) << built.asCStr();
+        EXPECT_EQ(pairsOf(p), pairsOf(again)) << input;
+    }
+    KoValueParser p("DSN=a;UID=b", ';');
+    ASSERT_EQ(0u, p.initialize());
+    EXPECT_EQ(0u, p.addAttribute("PWD", "x;y'z"));
+    EXPECT_EQ(0u, p.addAttribute("USER", "c", "UID")); // found by the alternative key
+    EXPECT_EQ(0u, p.addAttribute("Server", "plain"));
+    EXPECT_EQ(0u, p.removeAttribute("DSN"));
+    EXPECT_EQ(0u, p.removeAttribute("absent"));
+    KoString built;
+    ASSERT_EQ(0u, p.buildString(&built));
+    EXPECT_EQ("UID=c;PWD='x;y''z';Server=plain", std::string(built.Buf, built.CurSize));
+    KoValueParser again(KoSubString(built.Buf, built.CurSize), ';');
+    ASSERT_EQ(0u, again.initialize());
+    EXPECT_EQ(pairsOf(p), pairsOf(again));
+}
+
+TEST(ValueParser, ExhaustedMemoryFailsCleanly) {
+    kotest::PushedList errors;
+    long before = ramLiveBlocks();
+    unsigned result = 1;
+    for (long n = 1; result && n < 100; ++n) {
+        {
+            KoValueParser p("DSN=a;Data Source=b;PWD='c;d'", ';');
+            ramFailAfter(n);
+            result = p.initialize();
+            ramFailAfter(0);
+            if (result) EXPECT_TRUE(errors.List.isOutOfMemory()) << n;
+            KoString built;
+            if (!result) EXPECT_EQ(0u, p.buildString(&built));
+        }
+        EXPECT_EQ(before, ramLiveBlocks()) << n;
+        errors.List.resetOutOfMemory();
+    }
+    EXPECT_EQ(0u, result);
+}
+
+} // namespace
