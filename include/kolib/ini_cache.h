@@ -46,8 +46,7 @@ public:
     // section's entry names, each followed by a zero, and one more zero; the count includes
     // the final zero. Returns the number of bytes placed (without the terminator for values).
     unsigned long bosGetProfileString(const char* section, const char* entry,
-                                      const char* defaultValue, char* buffer,
-                                      unsigned long size);
+                                      const char* defaultValue, char* buffer, unsigned long size);
     // The leading decimal digits of the value; the default when there are none (a sign or a
     // blank first) or when they exceed 32 bits (error 2701).
     uint32_t bosGetProfileInt(const char* section, const char* entry, uint32_t defaultValue);
@@ -83,15 +82,20 @@ public:
     char* FileCache;
     bool Initialized;
     KoSemaphore Semaphore;
+    uint32_t TextLength; // bytes of text actually read (the file may change under us)
 
 private:
     // Called with the semaphore held.
     unsigned syncLocked();
     void closeLocked();
-    unsigned long copyEntryNames(char* section, char* sectionEnd, char* buffer,
+    char* textEnd() const { return FileCache + TextLength; }
+    unsigned findEntry(const char* name, char* limit, char** position, char** valueStart,
+                       char** valueEnd);
+    unsigned long copyEntryNames(const char* section, const char* sectionEnd, char* buffer,
                                  unsigned long size);
-    unsigned rewrite(const char* section, const char* header, const char* entry,
-                     const char* newValue);
+    unsigned rewrite(const char* prefix, const char* head, unsigned long headLength,
+                     const char* header, bool withHeader, bool lineFeedFirst, const char* newLine,
+                     const char* tail, unsigned long tailLength);
 };
 
 // The per-task list of open caches (reached through bosGetPTaskIniList).

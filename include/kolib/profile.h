@@ -16,8 +16,8 @@ KO_API void koPrivateProfileTerm(KoIniFileCache* cache);
 
 // Open through the list and leave the file cached for the life of the task.
 KO_API unsigned long koGetProfileString(const char* section, const char* entry,
-                                        const char* defaultValue, char* buffer,
-                                        unsigned long size, const char* file);
+                                        const char* defaultValue, char* buffer, unsigned long size,
+                                        const char* file);
 KO_API unsigned koWriteProfileString(const char* section, const char* entry, const char* value,
                                      const char* file);
 KO_API uint32_t koGetProfileInt(const char* section, const char* entry, uint32_t defaultValue,
@@ -44,9 +44,8 @@ KO_API unsigned koWriteWININIString(const char* section, const char* entry, cons
 KO_API uint32_t koGetWININIInt(const char* section, const char* entry, uint32_t defaultValue);
 
 // Uncached, with the conventional argument order: a fresh cache per call.
-KO_API int GetPrivateProfileString(const char* section, const char* entry,
-                                   const char* defaultValue, char* buffer, int size,
-                                   const char* file);
+KO_API int GetPrivateProfileString(const char* section, const char* entry, const char* defaultValue,
+                                   char* buffer, int size, const char* file);
 KO_API unsigned GetPrivateProfileInt(const char* section, const char* entry, int defaultValue,
                                      const char* file);
 KO_API int WritePrivateProfileString(const char* section, const char* entry, const char* value,
@@ -67,8 +66,8 @@ public:
     // 0 when open; else error 2717 and 1.
     unsigned validState();
     // The value (or, unopened, the default) into buffer; returns its length.
-    unsigned long getEntry(const char* section, const char* entry, char* buffer,
-                           unsigned long size, const char* defaultValue);
+    unsigned long getEntry(const char* section, const char* entry, char* buffer, unsigned long size,
+                           const char* defaultValue);
     // The integer form: the value cut to 16 bits, or the default when unopened.
     void getEntry(const char* section, const char* entry, unsigned short* out,
                   unsigned short defaultValue);

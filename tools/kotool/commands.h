@@ -8,3 +8,7 @@ int cmdTokens(int argc, char** argv);
 int cmdFiles(int argc, char** argv);
 int cmdLocate(int argc, char** argv);
 int cmdConnstr(int argc, char** argv);
+int cmdDsn(int argc, char** argv);
+int cmdGet(int argc, char** argv);
+int cmdSet(int argc, char** argv);
+int cmdDelete(int argc, char** argv);

@@ -21,6 +21,10 @@ const Command COMMANDS[] = {
      "the KEY=value pairs of an attribute string, rebuilt"},
     {"files", cmdFiles, "files", "where the configuration files resolve in this environment"},
     {"locate", cmdLocate, "locate NAME [FLAGS]", "look a file up along the search directories"},
+    {"dsn", cmdDsn, "dsn", "the data sources of ODBC.INI with their drivers"},
+    {"get", cmdGet, "get FILE SECTION [ENTRY]", "a profile value (no entry: the entry names)"},
+    {"set", cmdSet, "set FILE SECTION ENTRY VALUE", "write a profile value"},
+    {"delete", cmdDelete, "delete FILE SECTION [ENTRY]", "delete an entry or a whole section"},
 };
 
 int usage(FILE* out) {

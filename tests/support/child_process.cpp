@@ -10,7 +10,7 @@
 namespace kotest {
 
 namespace {
-const char* const ScenarioVariable = "KOTEST_OS_SCENARIO";
+const char* const ScenarioVariable = "KOTEST_SCENARIO";
 
 ChildResult collect(const std::function<void()>& child) {
     ChildResult result;
@@ -41,7 +41,7 @@ ChildResult runScenario(const char* scenario, const std::vector<EnvSetting>& env
         for (const EnvSetting& setting : environment)
             setting.second ? setenv(setting.first, setting.second, 1) : unsetenv(setting.first);
         setenv(ScenarioVariable, scenario, 1);
-        char* argv[] = {const_cast<char*>("test_os"), nullptr};
+        char* argv[] = {const_cast<char*>("kotest"), nullptr};
         execv("/proc/self/exe", argv);
     });
 }

@@ -1,0 +1,222 @@
+// KoIniFileCache: opening and reading a configuration file whole, keeping it current by its
+// size and modification time, and the section and entry look-ups over the text. The text is
+// searched with explicit ends (TextLength), so zero bytes inside a file do no harm.
+#include <cstdio>
+#include <cstring>
+#include <strings.h>
+#include "kolib/errors.h"
+#include "kolib/files.h"
+#include "kolib/frame.h"
+#include "kolib/ini_cache.h"
+#include "kolib/locate.h"
+#include "kolib/memory.h"
+
+namespace {
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+bool retryReadOnly(unsigned short error) {
+    return error == 1519 || error == 1508 || error == 30040;
+}
+
+// Opens `name` with *mode, falling back to read-only when writing is refused. 0 success.
+unsigned openForReading(const char* name, char* path, unsigned long* mode, int* fd) {
+    for (;;) {
+        std::snprintf(path, BOS_PATH_BUFFER_SIZE, "%s", name);
+        if (bosFileOpen(path, *mode, fd) == 0) return 0;
+        if (KoErrorKeeper::getErrorList()) {
+            if (retryReadOnly(KoErrorKeeper::getLastErrorNumber()) && (*mode & BOS_OPEN_WRITE)) {
+                *mode &= ~static_cast<unsigned long>(BOS_OPEN_WRITE);
+                KoErrorKeeper::clearLastError();
+                continue;
+            }
+            KoErrorKeeper::setLastErrorType(ERRORTYPE_WARNING);
+            return 1;
+        }
+        if (!(*mode & BOS_OPEN_WRITE)) return 1;
+        *mode &= ~static_cast<unsigned long>(BOS_OPEN_WRITE | BOS_OPEN_CREATE_IF_MISSING);
+    }
+}
+
+} // namespace
+
+KoIniFileCache::KoIniFileCache(const char* name)
+    : FileHandle(0), FileSize(0), FileMode(0), FileName(nullptr), FileDate(0), FileUseCount(1),
+      FileCache(nullptr), Initialized(false), Semaphore(nullptr, nullptr), TextLength(0) {
+    bosKoIniOpen(name);
+}
+
+KoIniFileCache::~KoIniFileCache() {
+    closeLocked();
+}
+
+unsigned KoIniFileCache::bosKoIniOpen(const char* name) {
+    bool trace = BOS_RUNTIME_DEBUG.debugItem(KO_DEBUG_INI_OPEN) != 0;
+    ramFree(FileName);
+    ramFree(FileCache);
+    FileName = FileCache = nullptr;
+    FileSize = FileDate = TextLength = 0;
+    setClose();
+    if (!name) return 1;
+    if (trace) std::printf("KoIniOpen: File:%s \n", name);
+    FileMode = BOS_OPEN_CONFIG_NAME | BOS_OPEN_CREATE_IF_MISSING | BOS_OPEN_WRITE;
+    char path[BOS_PATH_BUFFER_SIZE];
+    if (openForReading(name, path, &FileMode, &FileHandle)) return 1;
+    unsigned long date = 0, size = 0;
+    FileName = ramAllocStr(path);
+    if (!FileName || bosFileDateSize(FileName, &date, &size)) {
+        if (!FileName) KoErrorKeeper::addMemoryError();
+        bosFileClose(FileHandle);
+        FileHandle = 0;
+        ramFree(FileName);
+        FileName = nullptr;
+        return 1;
+    }
+    FileDate = static_cast<uint32_t>(date);
+    FileSize = static_cast<uint32_t>(size);
+    unsigned long capacity = FileSize == UINT32_MAX ? 1 : static_cast<unsigned long>(FileSize) + 1;
+    FileCache = static_cast<char*>(ramMalloc(capacity));
+    if (!FileCache) {
+        KoErrorKeeper::addMemoryError();
+        bosFileClose(FileHandle);
+        FileHandle = 0;
+        ramFree(FileName);
+        FileName = nullptr;
+        return 1;
+    }
+    unsigned long got = 0;
+    long count = 0;
+    for (long offset = 0; got < capacity; offset = -1, got += static_cast<unsigned long>(count)) {
+        bosFileRead(FileHandle, offset, FileCache + got, capacity - got, &count);
+        if (count <= 0) break;
+    }
+    // The file may have grown since it was measured: the last byte stays the terminator.
+    if (got == capacity) --got;
+    FileCache[got] = '\0';
+    TextLength = static_cast<uint32_t>(got);
+    bosFileClose(FileHandle);
+    FileHandle = 0;
+    setOpen();
+    if (trace)
+        std::printf("KoIniOpen: File:%s FileSize %d\n", FileName, static_cast<int>(FileSize));
+    return 0;
+}
+
+void KoIniFileCache::closeLocked() {
+    ramFree(FileName);
+    ramFree(FileCache);
+    FileName = FileCache = nullptr;
+    TextLength = 0;
+    setClose();
+}
+
+void KoIniFileCache::Close() {
+    Semaphore.SemaphoreEnter();
+    closeLocked();
+    Semaphore.SemaphoreExit();
+}
+
+unsigned KoIniFileCache::syncLocked() {
+    unsigned long date = 0, size = 0;
+    if (!FileName || bosFileDateSize(FileName, &date, &size)) return 1;
+    if (static_cast<uint32_t>(date) == FileDate && static_cast<uint32_t>(size) == FileSize)
+        return 0;
+    char path[BOS_PATH_BUFFER_SIZE];
+    std::snprintf(path, sizeof path, "%s", FileName);
+    closeLocked();
+    return bosKoIniOpen(path);
+}
+
+unsigned KoIniFileCache::proFileSync() {
+    Semaphore.SemaphoreEnter();
+    unsigned result = syncLocked();
+    Semaphore.SemaphoreExit();
+    return result;
+}
+
+unsigned KoIniFileCache::getSection(const char* header, char** start, char** end) {
+    if (!FileCache || !header) return 1;
+    std::size_t headerLength = std::strlen(header);
+    char* limit = textEnd();
+    for (char* p = FileCache; p < limit;) {
+        char* open = static_cast<char*>(std::memchr(p, '[', static_cast<std::size_t>(limit - p)));
+        if (!open) return 1;
+        char* close =
+            static_cast<char*>(std::memchr(open, ']', static_cast<std::size_t>(limit - open)));
+        if (!close) return 1;
+        bool commented = open > FileCache && (open[-1] == ';' || open[-1] == '#');
+        bool atLineStart = open == p || open[-1] == '\n';
+        if (!commented && atLineStart &&
+            static_cast<std::size_t>(close - open) + 1 == headerLength &&
+            strncasecmp(open, header, headerLength) == 0) {
+            *start = open;
+            char* next = static_cast<char*>(
+                std::memchr(close + 1, '[', static_cast<std::size_t>(limit - close - 1)));
+            *end = next ? next : limit;
+            return 0;
+        }
+        p = close + 1;
+    }
+    return 1;
+}
+
+unsigned KoIniFileCache::findEntry(const char* name, char* limit, char** position,
+                                   char** valueStart, char** valueEnd) {
+    std::size_t nameLength = std::strlen(name);
+    char* p = *position;
+    for (;;) {
+        char* lineFeed =
+            static_cast<char*>(std::memchr(p, '\n', static_cast<std::size_t>(limit - p)));
+        p = lineFeed ? lineFeed : limit;
+        while (p < limit && *p == '\n') ++p;
+        while (p < limit && isBlank(*p)) ++p;
+        if (p >= limit || *p == '[') return 1;
+        if (*p == ';' || *p == '#') continue;
+        char* lineStart = p;
+        char* equals = static_cast<char*>(std::memchr(p, '=', static_cast<std::size_t>(limit - p)));
+        if (!equals) return 1;
+        if (static_cast<std::size_t>(equals - lineStart) == nameLength &&
+            strncasecmp(lineStart, name, nameLength) == 0) {
+            char* value = equals;
+            while (value < limit && (isBlank(*value) || *value == '=')) ++value;
+            char* valueLineFeed = static_cast<char*>(
+                std::memchr(value, '\n', static_cast<std::size_t>(textEnd() - value)));
+            *position = lineStart;
+            *valueStart = value;
+            *valueEnd = valueLineFeed ? valueLineFeed : textEnd();
+            return 0;
+        }
+        p = equals;
+    }
+}
+
+unsigned KoIniFileCache::getEntry(const char* name, char** position, char** valueStart,
+                                  char** valueEnd) {
+    if (!FileCache || !name || !*position) return 1;
+    return findEntry(name, textEnd(), position, valueStart, valueEnd);
+}
+
+int KoIniFileCache::isThisFile(const char* path) const {
+    return FileName && path && std::strcmp(FileName, path) == 0;
+}
+
+void KoIniFileCache::incrementUseCount() {
+    Semaphore.SemaphoreEnter();
+    ++FileUseCount;
+    Semaphore.SemaphoreExit();
+}
+
+void KoIniFileCache::decrementUseCount() {
+    Semaphore.SemaphoreEnter();
+    --FileUseCount;
+    Semaphore.SemaphoreExit();
+}
+
+unsigned long KoIniFileCache::getUseCount() {
+    Semaphore.SemaphoreEnter();
+    unsigned long count = FileUseCount;
+    Semaphore.SemaphoreExit();
+    return count;
+}

@@ -1,0 +1,85 @@
+// KoIniFileCacheList: the task's open configuration caches, shared by resolved path and
+// counted. Created by the first caller that needs it and kept in the per-task slot; the slot
+// is filled with a compare-and-swap so two first callers agree on one list.
+#include <cstdio>
+#include <cstring>
+#include "kolib/errors.h"
+#include "kolib/files.h"
+#include "kolib/frame.h"
+#include "kolib/ini_cache.h"
+#include "kolib/locate.h"
+
+KoIniFileCacheList::KoIniFileCacheList() : Semaphore(nullptr, nullptr) {}
+
+KoIniFileCacheList::~KoIniFileCacheList() {
+    for (unsigned long i = 0; i < List.getCount(); ++i) delete List.at(i);
+    List.reset();
+}
+
+KoIniFileCacheList* KoIniFileCacheList::getTaskList() {
+    void** slot = mdsGetPerTaskDataAddress(MDS_PER_TASK_INI_LIST);
+    void* current = __atomic_load_n(slot, __ATOMIC_ACQUIRE);
+    if (current) return static_cast<KoIniFileCacheList*>(current);
+    KoIniFileCacheList* made = new KoIniFileCacheList;
+    if (!made) {
+        KoErrorKeeper::addMemoryError();
+        return nullptr;
+    }
+    void* expected = nullptr;
+    if (__atomic_compare_exchange_n(slot, &expected, made, false, __ATOMIC_ACQ_REL,
+                                    __ATOMIC_ACQUIRE))
+        return made;
+    delete made; // another thread was first
+    return static_cast<KoIniFileCacheList*>(expected);
+}
+
+KoIniFileCache* KoIniFileCacheList::open(const char* name) {
+    if (!name) return nullptr;
+    char path[BOS_PATH_BUFFER_SIZE];
+    std::snprintf(path, sizeof path, "%s", name);
+    int fd = 0;
+    if (std::strlen(name) >= sizeof path ||
+        bosFileOpen(path, BOS_OPEN_CONFIG_NAME | BOS_OPEN_NAME_ONLY, &fd))
+        return nullptr;
+    Semaphore.SemaphoreEnter();
+    for (unsigned long i = 0; i < List.getCount(); ++i) {
+        KoIniFileCache* cache = static_cast<KoIniFileCache*>(List.at(i));
+        if (cache->isThisFile(path)) {
+            cache->incrementUseCount();
+            Semaphore.SemaphoreExit();
+            return cache;
+        }
+    }
+    KoIniFileCache* cache = new KoIniFileCache(name);
+    if (!cache) {
+        KoErrorKeeper::addMemoryError();
+    } else if (add(cache)) {
+        delete cache;
+        cache = nullptr;
+    }
+    Semaphore.SemaphoreExit();
+    return cache;
+}
+
+void KoIniFileCacheList::close(KoIniFileCache* cache) {
+    if (!cache) return;
+    Semaphore.SemaphoreEnter();
+    cache->decrementUseCount();
+    if (cache->getUseCount() == 0) {
+        remove(cache);
+        delete cache;
+    }
+    Semaphore.SemaphoreExit();
+}
+
+unsigned KoIniFileCacheList::add(KoIniFileCache* cache) {
+    return List.add(cache);
+}
+
+void KoIniFileCacheList::remove(KoIniFileCache* cache) {
+    for (unsigned long i = 0; i < List.getCount(); ++i)
+        if (List.at(i) == cache) {
+            List.removeAtIndex(i);
+            return;
+        }
+}
