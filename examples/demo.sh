@@ -46,3 +46,22 @@ here=$(cd "$(dirname "$0")" && pwd)
 )
 run locate libkolib.so 0x08
 run locate no-such-file.ini
+
+echo "== Data sources and profile values (a copy of the sample home, so the bundled files stay as they are)"
+home=$(mktemp -d)
+cp -R "$here/home/." "$home/"
+(
+    export HOME="$home" ODBCINI="$home/.odbc.ini"
+    unset ODBC_INI KO_ODBC_INI KOLIB_INI KO_SYSTEM_INI
+    run dsn
+    run get ODBC.INI Sales
+    run get ODBC.INI Sales Database
+    run set ODBC.INI Sales Port 5432
+    run set ODBC.INI Reports Driver "Flat-file driver"
+    run delete ODBC.INI Inventory
+    run delete ODBC.INI Sales Description
+    run get ODBC.INI "ODBC Data Sources" Inventory
+    echo "\$ cat \$HOME/.odbc.ini"
+    cat "$HOME/.odbc.ini"
+)
+rm -rf "$home"
