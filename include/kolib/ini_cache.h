@@ -9,7 +9,7 @@
 // value. Entries are name=value lines; leading blanks of a line are skipped, blanks before the
 // "=" belong to the name, blanks and further "=" after it are skipped, and the value runs to
 // the line feed (a carriage return before it is part of the value). Names and headers compare
-// without regard to case. ";" and "#" start comment lines.
+// without regard to ASCII case. ";" and "#" start comment lines.
 //
 // Locks: each cache has a KoSemaphore held for every look-up (with its freshness check) and
 // for the whole rewrite; the list's semaphore is held while the list changes. Order: list,
@@ -19,6 +19,8 @@
 #include <cstdint>
 #include "kolib/array.h"
 #include "kolib/semaphore.h"
+
+struct KoIniSectionIndex;
 
 // Values of a single entry are copied through a buffer of this size: longer values are cut
 // to 2,047 bytes.
@@ -82,7 +84,8 @@ public:
     char* FileCache;
     bool Initialized;
     KoSemaphore Semaphore;
-    uint32_t TextLength; // bytes of text actually read (the file may change under us)
+    uint32_t TextLength;      // bytes of text actually read (the file may change under us)
+    KoIniSectionIndex* Index; // where each section starts; null: search the text
 
 private:
     // Called with the semaphore held.

@@ -3,13 +3,13 @@
 // searched with explicit ends (TextLength), so zero bytes inside a file do no harm.
 #include <cstdio>
 #include <cstring>
-#include <strings.h>
 #include "kolib/errors.h"
 #include "kolib/files.h"
 #include "kolib/frame.h"
 #include "kolib/ini_cache.h"
 #include "kolib/locate.h"
 #include "kolib/memory.h"
+#include "ini_index.h"
 
 namespace {
 
@@ -44,7 +44,8 @@ unsigned openForReading(const char* name, char* path, unsigned long* mode, int* 
 
 KoIniFileCache::KoIniFileCache(const char* name)
     : FileHandle(0), FileSize(0), FileMode(0), FileName(nullptr), FileDate(0), FileUseCount(1),
-      FileCache(nullptr), Initialized(false), Semaphore(nullptr, nullptr), TextLength(0) {
+      FileCache(nullptr), Initialized(false), Semaphore(nullptr, nullptr), TextLength(0),
+      Index(nullptr) {
     bosKoIniOpen(name);
 }
 
@@ -54,11 +55,8 @@ KoIniFileCache::~KoIniFileCache() {
 
 unsigned KoIniFileCache::bosKoIniOpen(const char* name) {
     bool trace = BOS_RUNTIME_DEBUG.debugItem(KO_DEBUG_INI_OPEN) != 0;
-    ramFree(FileName);
-    ramFree(FileCache);
-    FileName = FileCache = nullptr;
-    FileSize = FileDate = TextLength = 0;
-    setClose();
+    closeLocked();
+    FileSize = FileDate = 0;
     if (!name) return 1;
     if (trace) std::printf("KoIniOpen: File:%s \n", name);
     FileMode = BOS_OPEN_CONFIG_NAME | BOS_OPEN_CREATE_IF_MISSING | BOS_OPEN_WRITE;
@@ -96,6 +94,7 @@ unsigned KoIniFileCache::bosKoIniOpen(const char* name) {
     if (got == capacity) --got;
     FileCache[got] = '\0';
     TextLength = static_cast<uint32_t>(got);
+    Index = koIniBuildIndex(FileCache, TextLength); // none: the look-ups walk the text
     bosFileClose(FileHandle);
     FileHandle = 0;
     setOpen();
@@ -105,6 +104,8 @@ unsigned KoIniFileCache::bosKoIniOpen(const char* name) {
 }
 
 void KoIniFileCache::closeLocked() {
+    koIniFreeIndex(Index);
+    Index = nullptr;
     ramFree(FileName);
     ramFree(FileCache);
     FileName = FileCache = nullptr;
@@ -139,6 +140,15 @@ unsigned KoIniFileCache::proFileSync() {
 unsigned KoIniFileCache::getSection(const char* header, char** start, char** end) {
     if (!FileCache || !header) return 1;
     std::size_t headerLength = std::strlen(header);
+    if (Index) {
+        uint32_t first = 0, last = 0;
+        if (!koIniFindSection(Index, FileCache, header, static_cast<uint32_t>(headerLength), &first,
+                              &last))
+            return 1;
+        *start = FileCache + first;
+        *end = FileCache + last;
+        return 0;
+    }
     char* limit = textEnd();
     for (char* p = FileCache; p < limit;) {
         char* open = static_cast<char*>(std::memchr(p, '[', static_cast<std::size_t>(limit - p)));
@@ -150,7 +160,7 @@ unsigned KoIniFileCache::getSection(const char* header, char** start, char** end
         bool atLineStart = open == p || open[-1] == '\n';
         if (!commented && atLineStart &&
             static_cast<std::size_t>(close - open) + 1 == headerLength &&
-            strncasecmp(open, header, headerLength) == 0) {
+            koIniSameName(open, header, static_cast<uint32_t>(headerLength))) {
             *start = open;
             char* next = static_cast<char*>(
                 std::memchr(close + 1, '[', static_cast<std::size_t>(limit - close - 1)));
@@ -178,7 +188,7 @@ unsigned KoIniFileCache::findEntry(const char* name, char* limit, char** positio
         char* equals = static_cast<char*>(std::memchr(p, '=', static_cast<std::size_t>(limit - p)));
         if (!equals) return 1;
         if (static_cast<std::size_t>(equals - lineStart) == nameLength &&
-            strncasecmp(lineStart, name, nameLength) == 0) {
+            koIniSameName(lineStart, name, static_cast<uint32_t>(nameLength))) {
             char* value = equals;
             while (value < limit && (isBlank(*value) || *value == '=')) ++value;
             char* valueLineFeed = static_cast<char*>(
