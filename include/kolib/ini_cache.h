@@ -66,13 +66,15 @@ public:
     // found.
     unsigned getEntry(const char* name, char** position, char** valueStart, char** valueEnd);
 
-    int isThisFile(const char* path) const;
+    // Exact comparison with the resolved path, under the cache's semaphore.
+    int isThisFile(const char* path);
     void incrementUseCount();
     void decrementUseCount();
     unsigned long getUseCount();
-    void setOpen() { Initialized = true; }
-    void setClose() { Initialized = false; }
-    int isOpen() const { return Initialized; }
+    // Atomic: callers ask without the semaphore while a reload may be changing it.
+    void setOpen() { __atomic_store_n(&Initialized, true, __ATOMIC_RELEASE); }
+    void setClose() { __atomic_store_n(&Initialized, false, __ATOMIC_RELEASE); }
+    int isOpen() const { return __atomic_load_n(&Initialized, __ATOMIC_ACQUIRE); }
     const char* getFileName() const { return FileName; }
 
     int FileHandle;

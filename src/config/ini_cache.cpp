@@ -208,8 +208,11 @@ unsigned KoIniFileCache::getEntry(const char* name, char** position, char** valu
     return findEntry(name, textEnd(), position, valueStart, valueEnd);
 }
 
-int KoIniFileCache::isThisFile(const char* path) const {
-    return FileName && path && std::strcmp(FileName, path) == 0;
+int KoIniFileCache::isThisFile(const char* path) {
+    Semaphore.SemaphoreEnter(); // a reload replaces the name
+    int same = FileName && path && std::strcmp(FileName, path) == 0;
+    Semaphore.SemaphoreExit();
+    return same;
 }
 
 void KoIniFileCache::incrementUseCount() {

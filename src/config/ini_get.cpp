@@ -104,6 +104,8 @@ unsigned long KoIniFileCache::bosGetProfileString(const char* section, const cha
     char value[KO_INI_WORK_BUFFER_SIZE];
     unsigned long valueLength = 0;
     if (section && buffer) {
+        char* header = makeHeader(section);
+        Semaphore.SemaphoreEnter(); // the name, the text and the index change under it
         if (trace) {
             std::printf("GetProfileString: File:%s Section:[%s] Entry:",
                         FileName ? FileName : "<NULL>", section);
@@ -113,8 +115,6 @@ unsigned long KoIniFileCache::bosGetProfileString(const char* section, const cha
                 *defaultValue ? std::printf("%s\n", defaultValue) : std::printf("NULL\n");
             }
         }
-        char* header = makeHeader(section);
-        Semaphore.SemaphoreEnter();
         char *start = nullptr, *end = nullptr;
         if (header && isOpen() && syncLocked() == 0 && isOpen()) {
             bool found = getSection(header, &start, &end) == 0;

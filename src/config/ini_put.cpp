@@ -73,15 +73,8 @@ unsigned KoIniFileCache::rewrite(const char* prefix, const char* head, unsigned 
 
 unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* entry,
                                              const char* newValue) {
-    if (!isOpen() || !section) return 0;
+    if (!section || !isOpen()) return 0;
     bool trace = traced();
-    if (trace) {
-        std::printf("PutProfileString: File:%s Section:[%s] Entry:", FileName ? FileName : "<NULL>",
-                    section);
-        entry ? std::printf("%s\n", entry) : std::printf("NULL\n");
-        std::printf("%s newStr:", PREFIX);
-        newValue ? std::printf("%s\n", newValue) : std::printf("NULL\n");
-    }
     std::size_t sectionLength = std::strlen(section);
     char* header = static_cast<char*>(ramMalloc(sectionLength + 3));
     char* newLine = nullptr;
@@ -105,6 +98,13 @@ unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* en
 
     unsigned result = 0;
     Semaphore.SemaphoreEnter();
+    if (trace) {
+        std::printf("PutProfileString: File:%s Section:[%s] Entry:", FileName ? FileName : "<NULL>",
+                    section);
+        entry ? std::printf("%s\n", entry) : std::printf("NULL\n");
+        std::printf("%s newStr:", PREFIX);
+        newValue ? std::printf("%s\n", newValue) : std::printf("NULL\n");
+    }
     if (isOpen() && syncLocked() == 0 && isOpen()) {
         char *start = nullptr, *end = nullptr;
         bool found = getSection(header, &start, &end) == 0;
