@@ -73,10 +73,10 @@ unsigned KoProduction::addFirst(short type, const char* text) {
 }
 
 unsigned KoProduction::calculateFirst() {
-    if (FirstList) return 0;
     // Deliberate guard: a production reached again while its own FIRST set is being worked
     // out is left-recursive, which has no finite FIRST set. Fail instead of recursing forever.
     if (FirstInProgress) return 1;
+    if (FirstList) return 0;
     FirstInProgress = 1;
     unsigned failed = addFirstOfElement(CompiledProduction);
     FirstInProgress = 0;
