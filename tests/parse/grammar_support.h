@@ -79,3 +79,42 @@ inline std::string tree(const KoReduction* r) {
 }
 
 } // namespace kotest
+
+#include <fstream>
+#include <sstream>
+
+namespace kotest {
+
+// Reads a readable table file into packed text: "NUMBER PRODUCTION" lines for a grammar,
+// "KEYWORD NUMBER" lines for keywords; blank lines and "#" lines are skipped.
+inline std::string loadTable(const std::string& path, bool numberFirst) {
+    std::ifstream in(path);
+    std::vector<std::pair<std::string, short>> entries;
+    std::string line;
+    while (std::getline(in, line)) {
+        std::size_t at = line.find_first_not_of(" \t");
+        if (at == std::string::npos || line[at] == '#') continue;
+        std::istringstream fields(line.substr(at));
+        std::string first, rest;
+        fields >> first;
+        std::getline(fields, rest);
+        rest.erase(0, rest.find_first_not_of(" \t"));
+        if (numberFirst)
+            entries.emplace_back(rest, static_cast<short>(std::stoi(first)));
+        else
+            entries.emplace_back(first, static_cast<short>(std::stoi(rest)));
+    }
+    return pack(entries);
+}
+
+// The non-comment lines of a text file.
+inline std::vector<std::string> loadLines(const std::string& path) {
+    std::ifstream in(path);
+    std::vector<std::string> out;
+    std::string line;
+    while (std::getline(in, line))
+        if (!line.empty() && line[0] != '#') out.push_back(line);
+    return out;
+}
+
+} // namespace kotest

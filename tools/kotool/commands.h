@@ -8,3 +8,4 @@ int cmdTokens(int argc, char** argv);
 int cmdFiles(int argc, char** argv);
 int cmdLocate(int argc, char** argv);
 int cmdConnstr(int argc, char** argv);
+int cmdGrammarParse(int argc, char** argv);

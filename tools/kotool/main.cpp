@@ -21,6 +21,8 @@ const Command COMMANDS[] = {
      "the KEY=value pairs of an attribute string, rebuilt"},
     {"files", cmdFiles, "files", "where the configuration files resolve in this environment"},
     {"locate", cmdLocate, "locate NAME [FLAGS]", "look a file up along the search directories"},
+    {"parse", cmdGrammarParse, "parse GRAMMAR KEYWORDS TEXT",
+     "the reduction tree of TEXT under a grammar file, or where it fails"},
 };
 
 int usage(FILE* out) {
