@@ -47,6 +47,11 @@ here=$(cd "$(dirname "$0")" && pwd)
 run locate libkolib.so 0x08
 run locate no-such-file.ini
 
+echo "== Parsing SQL with the example grammar (examples/sql_grammar.txt)"
+run parse "$here/sql_grammar.txt" "$here/sql_keywords.txt" "SELECT c.name, COUNT(*) AS n FROM customers c LEFT JOIN orders o ON o.cid = c.id GROUP BY c.name"
+run parse "$here/sql_grammar.txt" "$here/sql_keywords.txt" "DELETE FROM orders WHERE status = 'void' OR total IS NULL"
+run parse "$here/sql_grammar.txt" "$here/sql_keywords.txt" "SELECT a, FROM t"
+
 echo "== Data sources and profile values (a copy of the sample home, so the bundled files stay as they are)"
 home=$(mktemp -d)
 cp -R "$here/home/." "$home/"

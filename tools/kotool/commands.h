@@ -12,3 +12,4 @@ int cmdDsn(int argc, char** argv);
 int cmdGet(int argc, char** argv);
 int cmdSet(int argc, char** argv);
 int cmdDelete(int argc, char** argv);
+int cmdGrammarParse(int argc, char** argv);

@@ -1,0 +1,280 @@
+// The parser driver. One parse runs in a KoParseRun: the lexer, the parse stack, the current
+// reduction (the node of the production on top of the stack, under construction) and the
+// open decisions, newest first. A transition marked Duplicate opens a decision; while any is
+// open nothing is built or delivered. When the production on whose stack node the newest
+// decision was taken is reduced, that decision is settled: the only open one makes the parser
+// rewind to it and parse the stretch again with the choice fixed, this time for real.
+#include <cstring>
+#include "kolib/errors.h"
+#include "kolib/parser.h"
+
+struct KoParseRun {
+    explicit KoParseRun(KoParser* parser) : P(parser) {}
+    ~KoParseRun();
+    KoParseRun(const KoParseRun&) = delete;
+    KoParseRun& operator=(const KoParseRun&) = delete;
+
+    unsigned run(const char* text, KoReduction** result);
+
+private:
+    unsigned start(const char* text);
+    void read();
+    KoStateTransition* choose(int alternative) const;
+    unsigned restore(KoBacktrackPosition* d);
+    unsigned openDecision();
+    unsigned push(const KoStateTransition* t);
+    unsigned shift();
+    unsigned reduce(bool* rewind);
+    void dropDecision();
+
+    KoParser* P;
+    KoLexer* Lexer = nullptr;
+    KoParseState* Bottom = nullptr;
+    KoParseStackNode* Top = nullptr;
+    KoReduction* Current = nullptr;
+    KoBacktrackPosition* Decisions = nullptr;
+    KoParseState* State = nullptr;
+    short Type = RED_NONE;
+    const char* Text = nullptr;
+    char* TextCopy = nullptr; // the terminal's text after a restore
+};
+
+KoParseRun::~KoParseRun() {
+    while (Decisions) dropDecision();
+    while (KoParseStackNode* n = Top) {
+        Top = n->NextNode;
+        delete n->PartialReduction;
+        delete n;
+    }
+    delete Current;
+    delete Lexer;
+    delete Bottom;
+    ramFree(TextCopy);
+}
+
+void KoParseRun::dropDecision() {
+    KoBacktrackPosition* d = Decisions;
+    Decisions = d->NextPosition;
+    delete d;
+}
+
+unsigned KoParseRun::start(const char* text) {
+    KoProduction* goal = nullptr;
+    if (P->ParsedGrammar->getParseTable(&goal)) return 1;
+    Bottom = new KoParseState;
+    Lexer = new KoLexer(text, P->KeywordList);
+    Current = new KoReduction(0, nullptr);
+    Top = Bottom ? new KoParseStackNode(Bottom, goal->Number, nullptr) : nullptr;
+    if (!Bottom || !Lexer || !Lexer->MainScanner || !Current || !Top ||
+        Bottom->setDefault(ACTION_ACCEPT, nullptr)) {
+        KoErrorKeeper::addMemoryError();
+        return 1;
+    }
+    if (P->QuotesChanged) Lexer->setLiteralQuoteChars(P->Quote1, P->Quote2, P->Quote3);
+    if ((P->FirstChars || P->MiddleChars || P->ValidChars) &&
+        Lexer->setValidChars(P->FirstChars, P->MiddleChars, P->ValidChars))
+        return 1;
+    State = goal->getParseTop();
+    read();
+    return 0;
+}
+
+// A token without a terminal is kept as RED_NONE: no transition matches it, so it ends up
+// in the failure report like any unexpected terminal.
+void KoParseRun::read() {
+    unsigned char* text = nullptr;
+    Lexer->nextToken(&Type, &text);
+    Text = reinterpret_cast<const char*>(text);
+}
+
+KoStateTransition* KoParseRun::choose(int alternative) const {
+    KoStateTransition* t = nullptr;
+    if (State->nextState(Type, Text, &t, alternative)) return nullptr;
+    // Reducing the goal with input left over is no way on.
+    if (t->Action == ACTION_REDUCE && Top && !Top->NextNode && Type != RED_EOS) return nullptr;
+    return t;
+}
+
+unsigned KoParseRun::restore(KoBacktrackPosition* d) {
+    Lexer->setPosition(d->Token, d->TokenIndex, d->LiteralScanner, &d->LiteralToken);
+    while (Top && Top != d->ParseStackNode) {
+        KoParseStackNode* n = Top;
+        Top = n->NextNode;
+        if (n->PartialReduction != d->Reduction) delete n->PartialReduction;
+        delete n;
+    }
+    if (Current != d->Reduction) delete Current;
+    Current = d->Reduction;
+    State = d->ParseState;
+    Type = d->TokenType;
+    char* copy = ramAllocStr(d->TokenName);
+    if (!copy) {
+        KoErrorKeeper::addMemoryError();
+        return 1;
+    }
+    ramFree(TextCopy);
+    Text = TextCopy = copy;
+    return 0;
+}
+
+unsigned KoParseRun::openDecision() {
+    KoBacktrackPosition* d = new KoBacktrackPosition;
+    if (!d) {
+        KoErrorKeeper::addMemoryError();
+        return 1;
+    }
+    d->NextPosition = Decisions;
+    Decisions = d;
+    const KoScanner* scanner = Lexer->getScanner();
+    bool atStart = scanner->getCurrentPosition() == 0 && Lexer->CurToken.TokenType != C_EOS;
+    bool literal = Lexer->tokenIsLiteral();
+    Lexer->getPosition(&d->Token, &d->TokenIndex, &d->LiteralScanner, &d->LiteralToken);
+    d->ParseStackNode = Top;
+    d->ParseState = State;
+    d->Reduction = Current;
+    d->TokenType = Type;
+    d->TokenName = ramAllocStr(Text);
+    if ((!atStart && !d->Token) || (literal && !d->LiteralScanner) || !d->TokenName) {
+        if (!d->TokenName) KoErrorKeeper::addMemoryError();
+        return 1;
+    }
+    return 0;
+}
+
+unsigned KoParseRun::push(const KoStateTransition* t) {
+    KoParseStackNode* node = new KoParseStackNode(t->PushState, t->ProductionNumber, Current);
+    KoReduction* fresh = new KoReduction(0, nullptr);
+    if (!node || !fresh) {
+        delete node;
+        delete fresh;
+        KoErrorKeeper::addMemoryError();
+        return 1;
+    }
+    node->NextNode = Top;
+    Top = node;
+    Current = fresh;
+    State = t->NextParseState;
+    return 0;
+}
+
+unsigned KoParseRun::shift() {
+    if (!Decisions) {
+        KoReduction* leaf = new KoReduction(Type, Text);
+        if (!leaf || leaf->copyFailed()) {
+            delete leaf;
+            KoErrorKeeper::addMemoryError();
+            return 1;
+        }
+        Current->addChild(leaf);
+    }
+    read();
+    return 0;
+}
+
+unsigned KoParseRun::reduce(bool* rewind) {
+    KoParseStackNode* t = Top;
+    // Decisions taken on this production's node are settled now.
+    while (Decisions && Decisions->ParseStackNode == t) {
+        if (!Decisions->NextPosition) {
+            *rewind = true;
+            return 0;
+        }
+        dropDecision();
+    }
+    if (!t) return 1;
+    KoReduction* children = Current->FirstChild;
+    Current->setFirstChild(nullptr);
+    for (KoReduction* c = children; c; c = c->NextSibling) c->Parent = nullptr;
+    KoReduction* made = nullptr;
+    if (!Decisions) {
+        P->ReductFailed = 0;
+        made = P->ReductProc(t->ReductionNumber, children);
+        if (P->ReductFailed) return 1;
+    } else {
+        KoReduction::deleteSiblings(children); // nothing is built while undecided
+    }
+    Top = t->NextNode;
+    State = t->ParseState;
+    delete Current;
+    if (!Top) {
+        Current = made;
+    } else {
+        Current = t->PartialReduction;
+        Current->addChild(made);
+    }
+    t->PartialReduction = nullptr;
+    delete t;
+    return 0;
+}
+
+unsigned KoParseRun::run(const char* text, KoReduction** result) {
+    if (start(text)) return 1;
+    bool rewind = false;
+    for (;;) {
+        int index = 0;
+        bool restored = false;
+        if (rewind) {
+            rewind = false;
+            if (restore(Decisions)) return 1;
+            index = Decisions->Alternative;
+            dropDecision();
+            restored = true;
+        }
+        KoStateTransition* t = choose(index);
+        if (!t) {
+            if (!Decisions) {
+                P->parseFailed(Top, nullptr, Type, Text, State->TransitionList);
+                return 1;
+            }
+            for (;;) { // back to the newest decision with an alternative left
+                if (restore(Decisions)) return 1;
+                t = choose(++Decisions->Alternative);
+                if (t) break;
+                if (!Decisions->NextPosition) {
+                    P->parseFailed(Top, Decisions, Type, Text, State->TransitionList);
+                    return 1;
+                }
+                dropDecision();
+            }
+            restored = true;
+        }
+        if (t->TokenType == RED_LITERAL_CONTENTS) {
+            unsigned char* contents = nullptr;
+            if (!Lexer->tokenIsLiteral() || Lexer->getLiteralContents(&contents)) return 1;
+            Type = RED_LITERAL_CONTENTS;
+            Text = reinterpret_cast<const char*>(contents);
+        } else if (t->Duplicate && !restored && openDecision()) {
+            return 1;
+        }
+        unsigned failed = 0;
+        switch (t->Action) {
+        case ACTION_SHIFT:
+            failed = shift();
+            State = t->NextParseState;
+            break;
+        case ACTION_PUSH:
+            failed = push(t);
+            break;
+        case ACTION_NONE:
+            State = t->NextParseState;
+            break;
+        case ACTION_REDUCE:
+            failed = reduce(&rewind);
+            break;
+        case ACTION_ACCEPT:
+            *result = Current;
+            Current = nullptr;
+            return 0;
+        }
+        if (failed) return 1;
+    }
+}
+
+unsigned KoParser::parse(const char* text, KoReduction** result) {
+    if (!IsOK || !ParsedGrammar) {
+        *result = nullptr;
+        return 1;
+    }
+    KoParseRun run(this);
+    return run.run(text ? text : "", result);
+}
