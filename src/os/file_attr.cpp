@@ -31,7 +31,9 @@ unsigned bosfattr(const char* name) {
 int bosexist(const char* name) {
     int trace = BOS_RUNTIME_DEBUG.debugItem(KO_DEBUG_EXIST) != 0;
     if (trace) std::printf("bosexist: Name=%s ", name);
-    int exists = (bosfattr(name) & BOS_FATTR_FILE) != 0;
+    // Only the "ordinary file" bit is wanted: one stat, without the ownership look-ups.
+    struct stat info;
+    int exists = name && stat(name, &info) == 0 && S_ISREG(info.st_mode);
     if (trace) std::printf(" exists: %d\n", exists);
     return exists;
 }
