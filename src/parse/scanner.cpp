@@ -317,6 +317,17 @@ void KoScanner::readComment(KoToken& token) {
 }
 
 void KoScanner::extend(KoToken& token) {
+    // Plain ASCII letters and digits continue identifiers and numbers whatever the character
+    // sets say (the invalid set aside): step over them without the general tests.
+    if ((token.TokenType == C_IDENTIFIER && !InvalidChars.CurSize) || token.TokenType == C_NUMBER) {
+        unsigned char wanted =
+            token.TokenType == C_NUMBER ? ASCII_DIGIT : (ASCII_ALPHA | ASCII_DIGIT);
+        while (NextIndex < StrLen) {
+            unsigned char c = static_cast<unsigned char>(Str[NextIndex]);
+            if (c >= 0x80 || !(ASCII.Bits[c] & wanted)) break;
+            ++NextIndex;
+        }
+    }
     for (;;) {
         const char* p = getSymbol();
         if (!p) return;
@@ -357,9 +368,17 @@ void KoScanner::extend(KoToken& token) {
 void KoScanner::readOperator(KoToken& token, unsigned c) {
     token.TokenType = C_SYMBOL;
     if (c == 0 || c >= 256) return; // the table's end mark is no operator
-    unsigned i = 0;
-    while (i < OperatorCount && !(Operators[i].getOpLen() == 1 && Operators[i].TheScanCode == c))
-        ++i;
+    // Where each byte's one-character operator stands in the table (OperatorCount: none).
+    static const struct FirstIndex {
+        unsigned char At[256];
+        FirstIndex() {
+            for (unsigned b = 0; b < 256; ++b) At[b] = static_cast<unsigned char>(OperatorCount);
+            for (unsigned i = OperatorCount; i-- > 0;)
+                if (Operators[i].getOpLen() == 1 && Operators[i].TheScanCode != C_NONE)
+                    At[Operators[i].TheScanCode] = static_cast<unsigned char>(i);
+        }
+    } firstIndex;
+    unsigned i = firstIndex.At[c];
     if (i >= OperatorCount) return;
     token.TokenType = Operators[i].TheScanCode;
     unsigned char next = lookAhead(1);
