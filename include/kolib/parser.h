@@ -146,6 +146,10 @@ public:
 
 private:
     void release();
+    // After making KeywordList: false (everything released) when it could not be made.
+    bool keywordsReady();
+    // After making ParsedGrammar: sets IsOK; 1 (everything released) when it is not OK.
+    unsigned settle();
     unsigned keepSet(char** field, const char* set);
     void parseFailed(KoParseStackNode* top, KoBacktrackPosition* decision, short tokenType,
                      const char* tokenText, KoStateTransition* expected);

@@ -48,19 +48,9 @@ void KoParser::release() {
 unsigned KoParser::init(const char* grammarText, const char* keywordText) {
     release();
     KeywordList = new KoKeywordList(keywordText);
-    if (!KeywordList || !KeywordList->Keywords) {
-        if (!KeywordList) KoErrorKeeper::addMemoryError();
-        release();
-        return 1;
-    }
+    if (!keywordsReady()) return 1;
     ParsedGrammar = new KoGrammar(grammarText, KeywordList);
-    if (!ParsedGrammar) KoErrorKeeper::addMemoryError();
-    IsOK = ParsedGrammar && ParsedGrammar->isOK();
-    if (!IsOK) {
-        release();
-        return 1;
-    }
-    return 0;
+    return settle();
 }
 
 unsigned KoParser::init(const resourceElement* grammar, unsigned grammarCount,
@@ -70,19 +60,24 @@ unsigned KoParser::init(const resourceElement* grammar, unsigned grammarCount,
     if (!table) return 1;
     KeywordList = new KoKeywordList(table);
     ramFree(table);
-    if (!KeywordList || !KeywordList->Keywords) {
-        if (!KeywordList) KoErrorKeeper::addMemoryError();
-        release();
-        return 1;
-    }
+    if (!keywordsReady()) return 1;
     ParsedGrammar = new KoGrammar(grammar, grammarCount, KeywordList);
+    return settle();
+}
+
+bool KoParser::keywordsReady() {
+    if (KeywordList && KeywordList->Keywords) return true;
+    if (!KeywordList) KoErrorKeeper::addMemoryError();
+    release();
+    return false;
+}
+
+unsigned KoParser::settle() {
     if (!ParsedGrammar) KoErrorKeeper::addMemoryError();
     IsOK = ParsedGrammar && ParsedGrammar->isOK();
-    if (!IsOK) {
-        release();
-        return 1;
-    }
-    return 0;
+    if (IsOK) return 0;
+    release();
+    return 1;
 }
 
 void KoParser::setLiteralQuoteChars(unsigned short q1, unsigned short q2, unsigned short q3) {

@@ -22,13 +22,6 @@ std::string lookup(KoIniFileCache& cache, const char* header) {
     return std::string(valueStart, valueEnd);
 }
 
-template <typename Body> std::string traced(uint32_t level, Body body) {
-    testing::internal::CaptureStdout();
-    BOS_RUNTIME_DEBUG.Level = level;
-    body();
-    BOS_RUNTIME_DEBUG.Level = 0;
-    return testing::internal::GetCapturedStdout();
-}
 } // namespace
 
 TEST(IniLookup, SameAnswersWithAndWithoutTheIndexUnderEveryAllocationFailure) {
@@ -65,22 +58,23 @@ TEST(IniLookup, TraceLines) {
     KoIniFileCache* cache = koPrivateProfileInit(file.c_str());
     ASSERT_NE(cache, nullptr);
     char buffer[64];
-    EXPECT_EQ(traced(KO_DEBUG_PROFILE_READ,
-                     [&] { koGetPrivateProfileString("S", "k", "d", buffer, 64, cache); }),
+    EXPECT_EQ(kotest::traced(KO_DEBUG_PROFILE_READ,
+                             [&] { koGetPrivateProfileString("S", "k", "d", buffer, 64, cache); }),
               "GetProfileString: File:" + file +
                   " Section:[S] Entry:k\nGetProfileString: defaultStr:d\n"
                   "GetProfileString: Section [S] found.\nGetProfileString: Entry k found.\n"
                   "GetProfileString: Value=v\nGetProfileString: Return Len=1 returnBuf=v\n");
-    EXPECT_EQ(traced(KO_DEBUG_PROFILE_READ | KO_DEBUG_PROFILE_WRITE,
-                     [&] { koGetPrivateProfileString("S", nullptr, "", buffer, 64, cache); }),
-              "GetProfileString: File:" + file +
-                  " Section:[S] Entry:NULL\nGetProfileString: defaultStr:NULL\n"
-                  "GetProfileString: Section [S] found.\n"
-                  "GetProfileString: Fecthing all entries for S\n"
-                  "GetProfileString: Multi-Entry Output Requested.\n"
-                  "GetProfileString: Entry k Len=1\n");
-    EXPECT_EQ(traced(KO_DEBUG_PROFILE_WRITE | KO_DEBUG_INI_OPEN,
-                     [&] { koWritePrivateProfileString("S", "k", "w", cache); }),
+    EXPECT_EQ(
+        kotest::traced(KO_DEBUG_PROFILE_READ | KO_DEBUG_PROFILE_WRITE,
+                       [&] { koGetPrivateProfileString("S", nullptr, "", buffer, 64, cache); }),
+        "GetProfileString: File:" + file +
+            " Section:[S] Entry:NULL\nGetProfileString: defaultStr:NULL\n"
+            "GetProfileString: Section [S] found.\n"
+            "GetProfileString: Fecthing all entries for S\n"
+            "GetProfileString: Multi-Entry Output Requested.\n"
+            "GetProfileString: Entry k Len=1\n");
+    EXPECT_EQ(kotest::traced(KO_DEBUG_PROFILE_WRITE | KO_DEBUG_INI_OPEN,
+                             [&] { koWritePrivateProfileString("S", "k", "w", cache); }),
               "PutProfileString: File:" + file +
                   " Section:[S] Entry:k\nPutProfileString: newStr:w\n"
                   "PutProfileString: Section [S] found.\n"

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "grammar_support.h"
 #include "kolib/lexer.h"
 
 namespace {
@@ -30,18 +31,6 @@ Terms read(KoLexer& lexer, int n = -1) {
 Terms lex(const char* text, KoKeywordList* keywords = nullptr) {
     KoLexer lexer(text, keywords);
     return read(lexer);
-}
-
-// A packed table: keyword, NUL, 16-bit number; an empty keyword ends it.
-std::string table(const std::vector<std::pair<std::string, short>>& entries) {
-    std::string out;
-    for (const auto& e : entries) {
-        out += e.first;
-        out += '\0';
-        out.append(reinterpret_cast<const char*>(&e.second), sizeof e.second);
-    }
-    out += '\0';
-    return out;
 }
 
 TEST(Lexer, ClassifiesAndSplitsOperators) {
@@ -91,7 +80,7 @@ TEST(Lexer, ClassifiesAndSplitsOperators) {
 }
 
 TEST(Lexer, KeywordsByTable) {
-    std::string packed = table({{"SELECT", 100}, {"FROM", 101}, {"select", 102}});
+    std::string packed = kotest::pack({{"SELECT", 100}, {"FROM", 101}, {"select", 102}});
     KoKeywordList keywords(packed.data());
     EXPECT_EQ((Terms{{100, "select"}, {RED_IDENT, "x"}, {101, "From"}, {RED_EOS, ""}}),
               lex("select x From", &keywords));

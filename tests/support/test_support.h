@@ -2,8 +2,11 @@
 // an error list pushed on the calling thread for the length of a scope.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include "kolib/errors.h"
+#include "kolib/frame.h"
 
 namespace kotest {
 
@@ -43,5 +46,14 @@ public:
     }
     KoErrorList List;
 };
+
+// What `body` prints on standard output with the debug mask set to `level`.
+template <typename Body> std::string traced(uint32_t level, Body body) {
+    testing::internal::CaptureStdout();
+    BOS_RUNTIME_DEBUG.Level = level;
+    body();
+    BOS_RUNTIME_DEBUG.Level = 0;
+    return testing::internal::GetCapturedStdout();
+}
 
 } // namespace kotest
