@@ -93,6 +93,9 @@ TEST(IniRead, BuffersAreNeverOverrun) {
     EXPECT_EQ(buffer[0], '#');
     EXPECT_EQ(koGetPrivateProfileString("S", "short", "", nullptr, 10, file.c_str()), 0u);
     EXPECT_EQ(koGetPrivateProfileString(nullptr, "short", "dflt", buffer, 8, file.c_str()), 4u);
+    EXPECT_EQ(GetPrivateProfileString("S", "short", "dflt", buffer, 8, nullptr), 4);
+    EXPECT_EQ(koGetPrivateProfileInt(nullptr, "short", 9, file.c_str()), 9u);
+    EXPECT_EQ(koWritePrivateProfileString(nullptr, "k", "v", file.c_str()), 0u);
     // The 2,048-byte work buffer cuts long values.
     std::string big(6000, '\0');
     EXPECT_EQ(koGetPrivateProfileString("S", "long", "", &big[0], big.size(), file.c_str()), 2047u);
