@@ -40,16 +40,18 @@ unsigned parse(const char* text, unsigned long length, bool allowMinus, unsigned
         }
         ++i;
     }
-    unsigned long start = i, value = 0;
+    unsigned long start = i;
+    // 64-bit accumulation: with a 32-bit long, value * 10 would wrap before the range test.
+    uint64_t value = 0;
     while (i < length && text[i] >= '0' && text[i] <= '9') {
-        value = value * 10 + static_cast<unsigned long>(text[i] - '0');
+        value = value * 10 + static_cast<uint64_t>(text[i] - '0');
         if (value > limit) return 1;
         ++i;
     }
     if (i == start) return 1;
     while (i < length && text[i] == ' ') ++i;
     if (i != length) return 1;
-    *magnitude = value;
+    *magnitude = static_cast<unsigned long>(value);
     return 0;
 }
 
