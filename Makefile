@@ -3,10 +3,11 @@ BUILD      ?= build
 ASAN_BUILD ?= build-asan
 TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-bench
+M32_BUILD  ?= build-m32
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX     ?= /usr/local
 
-.PHONY: all build demo test check check-asan check-tsan bench install clean format
+.PHONY: all build demo test check check-asan check-tsan check-m32 bench install clean format
 
 all: build
 
@@ -37,6 +38,18 @@ check-tsan:
 	cd $(TSAN_BUILD) && TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" \
 	  ctest --output-on-failure -j $(JOBS)
 
+# Every test in a 32-bit build (needs g++-multilib; GoogleTest is built from /usr/src).
+check-m32:
+	cmake -S /usr/src/googletest -B $(M32_BUILD)/googletest -DCMAKE_CXX_FLAGS=-m32 \
+	  -DCMAKE_C_FLAGS=-m32 -DCMAKE_INSTALL_PREFIX=$(CURDIR)/$(M32_BUILD)/gtest >/dev/null
+	cmake --build $(M32_BUILD)/googletest -j $(JOBS)
+	cmake --install $(M32_BUILD)/googletest >/dev/null
+	cmake -S . -B $(M32_BUILD) -DCMAKE_BUILD_TYPE=Debug -DKOLIB_BENCH=OFF \
+	  -DCMAKE_PREFIX_PATH=$(CURDIR)/$(M32_BUILD)/gtest -DCMAKE_CXX_FLAGS=-m32 \
+	  -DCMAKE_C_FLAGS=-m32 -DCMAKE_SHARED_LINKER_FLAGS=-m32 -DCMAKE_EXE_LINKER_FLAGS=-m32 >/dev/null
+	cmake --build $(M32_BUILD) -j $(JOBS)
+	cd $(M32_BUILD) && ctest --output-on-failure -j $(JOBS)
+
 bench:
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DKOLIB_TESTS=OFF >/dev/null
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
@@ -49,4 +62,4 @@ format:
 	find include src tests tools bench examples -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD)
