@@ -36,7 +36,8 @@ unsigned KoFileByLine::openFile(const char* name, unsigned long bufferSize) {
     ReturnEol = true;
     CompleteLine = EndOfFile = false;
     CryptType = 0;
-    if (!name || !bufferSize) return 1;
+    // The buffer takes one byte more than asked; a size near the top of the range would wrap.
+    if (!name || !bufferSize || bufferSize > 0x7FFFFFFFUL) return 1;
     char path[BOS_PATH_BUFFER_SIZE];
     std::size_t length = std::strlen(name);
     if (length >= sizeof path) {
