@@ -72,6 +72,8 @@ TEST(IniWrite, UnwritableAndUnreadableFiles) {
     home.Dir.write("ro/locked.ini", "[S]\nk=v\n");
     home.Dir.write("secret.ini", "[S]\nk=v\n");
     chmod(home.at("secret.ini").c_str(), 0);
+    home.Dir.write("readonly.ini", "[S]\nk=ro\n");
+    chmod(home.at("readonly.ini").c_str(), 0444);
     chmod(home.at("ro").c_str(), 0555);
     // Permissions bind only an ordinary user: the checks run as one.
     kotest::ChildResult child = kotest::runForked([&] {
@@ -81,6 +83,10 @@ TEST(IniWrite, UnwritableAndUnreadableFiles) {
         if (get("S", "k", locked) != "v") return 1;
         if (koWriteProfileString("S", "k", "changed", locked.c_str()) != 0) return 2;
         if (home.read("ro/locked.ini") != "[S]\nk=v\n") return 3;
+        // Not writable: read read-only, and no error is left behind.
+        errors.List.clearErrors();
+        if (get("S", "k", home.at("readonly.ini")) != "ro" || errors.List.isExistingError())
+            return 7;
         std::string secret = home.at("secret.ini");
         errors.List.clearErrors();
         if (get("S", "k", secret) != "DEF") return 4;
