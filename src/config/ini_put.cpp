@@ -73,7 +73,7 @@ unsigned KoIniFileCache::rewrite(const char* prefix, const char* head, unsigned 
 
 unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* entry,
                                              const char* newValue) {
-    if (!section || !isOpen()) return 0;
+    if (!section) return 0;
     bool trace = traced();
     std::size_t sectionLength = std::strlen(section);
     char* header = static_cast<char*>(ramMalloc(sectionLength + 3));
@@ -98,6 +98,13 @@ unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* en
 
     unsigned result = 0;
     Semaphore.SemaphoreEnter();
+    // Asked under the lock: another thread's reload closes the cache for a moment.
+    if (!isOpen()) {
+        Semaphore.SemaphoreExit();
+        ramFree(header);
+        ramFree(newLine);
+        return 0;
+    }
     if (trace) {
         std::printf("PutProfileString: File:%s Section:[%s] Entry:", FileName ? FileName : "<NULL>",
                     section);

@@ -20,7 +20,12 @@ void closeCached(KoIniFileCache* cache) {
 // The cached functions keep their file open for the task; a cache whose file could not be
 // read is given back at once, so repeated calls on such a file do not pile up caches.
 void keepCached(KoIniFileCache* cache) {
-    if (cache && !cache->isOpen()) closeCached(cache);
+    if (!cache) return;
+    // Asked under the cache's lock: a reload by another thread closes it for a moment.
+    cache->Semaphore.SemaphoreEnter();
+    bool open = cache->isOpen();
+    cache->Semaphore.SemaphoreExit();
+    if (!open) closeCached(cache);
 }
 
 unsigned long copyDefault(const char* defaultValue, char* buffer, unsigned long size) {

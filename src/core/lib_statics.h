@@ -10,6 +10,7 @@ class KoSemaphore;
 extern KoCriticalSection MDS_PERTHREAD_LOCK; // the per-thread record list
 extern KoError MemoryErrorStatic;            // "Out Of Memory", number 30190
 extern KoError DummyErrorStatic;             // the sink error
+extern KoCriticalSection SemaphoreBookLock;  // KoSemaphore set bookkeeping of the task
 extern KoCriticalSection ExchangeThreadLock; // atomicThreadExchange
 extern KoSemaphore ExchangeTaskLock;         // atomicTaskExchange
 extern KoCriticalSection DBLIB_LOCK;         // countDBLibInits

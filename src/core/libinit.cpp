@@ -4,7 +4,7 @@
 //   1. MDS_PERTHREAD_LOCK            5. DBLIB_LOCK
 //   2. (the page cache's pool lock)  6. BOS_RUNTIME_DEBUG, then BKOHINST = KOUTLHINST
 //   3. MemoryError, DummyError       7. LIST_LOCK
-//   4. ExchangeThreadLock, ExchangeTaskLock   8. CritCatalog
+//   4. SemaphoreBookLock, ExchangeThreadLock, ExchangeTaskLock   8. CritCatalog
 // No other file may define a global with a non-trivial constructor.
 #include <cstdio>
 #include "kolib/errors.h"
@@ -22,7 +22,8 @@ KoCriticalSection MDS_PERTHREAD_LOCK(0);
 // 3.
 KoError MemoryErrorStatic(ERR_MEMORY_ERROR);
 KoError DummyErrorStatic(ERR_DUMMY_ERROR);
-// 4.
+// 4. SemaphoreBookLock first: ExchangeTaskLock's allocation and release use it.
+KoCriticalSection SemaphoreBookLock(0);
 KoCriticalSection ExchangeThreadLock(0);
 KoSemaphore ExchangeTaskLock(nullptr, nullptr);
 // 5.

@@ -11,6 +11,7 @@
 #include "kolib/files.h"
 #include "kolib/frame.h"
 #include "kolib/thread.h"
+#include "core/lib_statics.h"
 #include "os/semaphore_dump.h"
 
 namespace {
@@ -122,7 +123,17 @@ unsigned KoSemaphore::makeSet(unsigned short index) {
     return 0;
 }
 
+namespace {
+// The task's set bookkeeping is shared by every thread that makes or frees a semaphore, so
+// allocation and release run one at a time.
+struct BookkeepingGuard {
+    BookkeepingGuard() { SemaphoreBookLock.enter(); }
+    ~BookkeepingGuard() { SemaphoreBookLock.leave(); }
+};
+} // namespace
+
 void KoSemaphore::bosSemaphoreAlloc() {
+    BookkeepingGuard guard;
     InfoPtr = taskInfo();
     if (!InfoPtr) {
         NoSpinLock = 0; // no bookkeeping: a spin lock with the default tuning
@@ -156,6 +167,7 @@ void KoSemaphore::bosSemaphoreAlloc() {
 }
 
 void KoSemaphore::bosSemaphoreFree() {
+    BookkeepingGuard guard;
     if (!InfoPtr) return;
     KoSemaphoreInfo& info = *InfoPtr;
     if (info.Labels) koSemaphoreReleaseDump(this);

@@ -35,12 +35,17 @@ KO_CHILD_SCENARIO(ManyThreadsOneFile) {
             for (int i = 0; i < ENTRIES; ++i) {
                 std::string name = entryName(t, i), value = "v" + name;
                 if (koWriteProfileString(section.c_str(), name.c_str(), value.c_str(),
-                                         file.c_str()) != 1)
+                                         file.c_str()) != 1) {
+                    std::fprintf(stderr, "write of %s failed\n", name.c_str());
                     ++failures[t];
+                }
                 char buffer[64];
                 koGetProfileString(section.c_str(), name.c_str(), "", buffer, sizeof buffer,
                                    file.c_str());
-                if (value != buffer) ++failures[t];
+                if (value != buffer) {
+                    std::fprintf(stderr, "%s read back as \"%s\"\n", name.c_str(), buffer);
+                    ++failures[t];
+                }
             }
             list.popOffErrorKeeper();
         });
