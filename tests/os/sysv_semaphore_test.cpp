@@ -90,6 +90,20 @@ KO_CHILD_SCENARIO(FillSets) {
     return 0;
 }
 
+// Threads making and freeing semaphores at once leave the bookkeeping whole: only the
+// library's own semaphore is listed afterwards.
+KO_CHILD_SCENARIO(ConcurrentAllocation) {
+    std::vector<std::thread> pool;
+    for (int t = 0; t < 6; ++t)
+        pool.emplace_back([] {
+            for (int i = 0; i < 200; ++i) delete new KoSemaphore(nullptr, nullptr);
+        });
+    for (std::thread& thread : pool) thread.join();
+    KoSemaphoreInfo* info = bosGetPTaskSemInfo();
+    CHILD_CHECK(info->SemaphoreList.getCount() == 1);
+    return 0;
+}
+
 KO_CHILD_SCENARIO(NotHexadecimal) {
     KoSemaphoreInfo* info = bosGetPTaskSemInfo();
     CHILD_CHECK(info && info->Debug == 0 && info->SpinCount == 3 && info->YieldTime == 7);
@@ -117,6 +131,9 @@ TEST(SystemVSemaphore, SetsAreSharedAndRemoved) {
         EXPECT_EQ(setSize(sets.first), -1);
         EXPECT_EQ(setSize(sets.second), -1);
     }
+    kotest::ChildResult many =
+        kotest::runScenario("ConcurrentAllocation", {{"KO_SEMCONTROL", "80005"}});
+    EXPECT_EQ(many.Status, 0) << many.Out;
     kotest::ChildResult child = kotest::runScenario(
         "NotHexadecimal",
         {{"KO_SEMCONTROL", "zz"}, {"KO_SPIN_COUNT", "3"}, {"KO_SPIN_SLEEP", "7"}});
