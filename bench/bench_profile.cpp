@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <odbcinst.h>
 #include <string>
 #include <sys/stat.h>
@@ -53,94 +54,74 @@ SampleFile& sample() {
     return file;
 }
 
-void checkValue(benchmark::State& state, const char* value, int index) {
-    char expected[32];
-    std::snprintf(expected, sizeof expected, "/srv/data/db%03d", index);
-    if (std::string(value) != expected) state.SkipWithError("wrong value");
-}
-
-void BM_KoHeldCache(benchmark::State& state) {
+// Reads "Database" of each data source in turn through `get(section, buffer, size)` and
+// checks the last value read.
+template <typename Get> void cycle(benchmark::State& state, Get get) {
     SampleFile& file = sample();
-    KoIniFileCache* cache = koPrivateProfileInit(file.Path.c_str());
-    char value[256];
+    char value[256] = "";
     int i = 0;
     for (auto _ : state) {
-        koGetPrivateProfileString(file.Sections[i].c_str(), "Database", "", value, sizeof value,
-                                  cache);
+        get(file.Sections[i], value, sizeof value);
         benchmark::DoNotOptimize(value);
         if (++i == SOURCES) i = 0;
     }
-    checkValue(state, value, i == 0 ? SOURCES - 1 : i - 1);
-    koPrivateProfileTerm(cache);
+    char expected[32];
+    std::snprintf(expected, sizeof expected, "/srv/data/db%03d", i == 0 ? SOURCES - 1 : i - 1);
+    if (std::string(value) != expected) state.SkipWithError("wrong value");
     state.SetItemsProcessed(state.iterations());
+}
+
+void BM_KoHeldCache(benchmark::State& state) {
+    KoIniFileCache* cache = koPrivateProfileInit(sample().Path.c_str());
+    cycle(state, [&](const std::string& section, char* value, unsigned long size) {
+        koGetPrivateProfileString(section.c_str(), "Database", "", value, size, cache);
+    });
+    koPrivateProfileTerm(cache);
 }
 BENCHMARK(BM_KoHeldCache);
 
 // The in-memory part of a held-cache look-up alone: section and entry search, without the
 // file check (one stat call) that every get makes first.
 void BM_KoLookupOnly(benchmark::State& state) {
-    SampleFile& file = sample();
-    KoIniFileCache* cache = koPrivateProfileInit(file.Path.c_str());
-    std::vector<std::string> headers;
-    for (const std::string& s : file.Sections) headers.push_back("[" + s + "]");
-    int i = 0;
-    std::string value;
-    for (auto _ : state) {
+    KoIniFileCache* cache = koPrivateProfileInit(sample().Path.c_str());
+    std::string header;
+    cycle(state, [&](const std::string& section, char* value, unsigned long size) {
+        header.assign("[").append(section).append("]");
         char *start = nullptr, *end = nullptr, *valueStart = nullptr, *valueEnd = nullptr;
-        cache->getSection(headers[i].c_str(), &start, &end);
+        cache->getSection(header.c_str(), &start, &end);
         cache->getEntry("Database", &start, &valueStart, &valueEnd);
-        benchmark::DoNotOptimize(valueStart);
-        if (state.iterations() == 1) value.assign(valueStart, valueEnd);
-        if (++i == SOURCES) i = 0;
-    }
+        unsigned long length = static_cast<unsigned long>(valueEnd - valueStart);
+        if (length >= size) length = size - 1;
+        std::memcpy(value, valueStart, length);
+        value[length] = '\0';
+    });
     koPrivateProfileTerm(cache);
-    state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_KoLookupOnly);
 
 void BM_KoByName(benchmark::State& state) {
-    SampleFile& file = sample();
-    char value[256];
-    int i = 0;
-    for (auto _ : state) {
-        koGetProfileString(file.Sections[i].c_str(), "Database", "", value, sizeof value,
-                           "ODBC.INI");
-        benchmark::DoNotOptimize(value);
-        if (++i == SOURCES) i = 0;
-    }
-    checkValue(state, value, i == 0 ? SOURCES - 1 : i - 1);
-    state.SetItemsProcessed(state.iterations());
+    cycle(state, [](const std::string& section, char* value, unsigned long size) {
+        koGetProfileString(section.c_str(), "Database", "", value, size, "ODBC.INI");
+    });
 }
 BENCHMARK(BM_KoByName);
 
 void BM_UnixOdbcByPath(benchmark::State& state) {
-    SampleFile& file = sample();
-    char value[256];
-    int i = 0;
-    for (auto _ : state) {
-        SQLGetPrivateProfileString(file.Sections[i].c_str(), "Database", "", value, sizeof value,
-                                   file.Path.c_str());
-        benchmark::DoNotOptimize(value);
-        if (++i == SOURCES) i = 0;
-    }
-    checkValue(state, value, i == 0 ? SOURCES - 1 : i - 1);
-    state.SetItemsProcessed(state.iterations());
+    const std::string& path = sample().Path;
+    cycle(state, [&](const std::string& section, char* value, unsigned long size) {
+        SQLGetPrivateProfileString(section.c_str(), "Database", "", value, static_cast<int>(size),
+                                   path.c_str());
+    });
 }
 BENCHMARK(BM_UnixOdbcByPath);
 
 void BM_UnixOdbcByName(benchmark::State& state) {
     sample();
     SQLSetConfigMode(ODBC_USER_DSN);
-    char value[256];
-    int i = 0;
-    for (auto _ : state) {
-        SQLGetPrivateProfileString(sample().Sections[i].c_str(), "Database", "", value,
-                                   sizeof value, "ODBC.INI");
-        benchmark::DoNotOptimize(value);
-        if (++i == SOURCES) i = 0;
-    }
-    checkValue(state, value, i == 0 ? SOURCES - 1 : i - 1);
-    state.SetItemsProcessed(state.iterations());
+    cycle(state, [](const std::string& section, char* value, unsigned long size) {
+        SQLGetPrivateProfileString(section.c_str(), "Database", "", value, static_cast<int>(size),
+                                   "ODBC.INI");
+    });
 }
 BENCHMARK(BM_UnixOdbcByName);
 
