@@ -26,29 +26,6 @@ std::ostream& operator<<(std::ostream& out, const Tok& t) {
     return out << "{" << t.Type << ", \"" << t.Text << "\", " << t.Offset << "}";
 }
 
-// Like kotest::EdgeBuffer, for texts longer than a page.
-class LongEdgeBuffer {
-public:
-    explicit LongEdgeBuffer(const std::string& bytes) {
-        long page = sysconf(_SC_PAGESIZE);
-        Size = (bytes.size() / page + 2) * page;
-        Base = static_cast<char*>(
-            mmap(nullptr, Size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(Base + Size - page, page, PROT_NONE);
-        Data = Base + Size - page - bytes.size();
-        std::memcpy(Data, bytes.data(), bytes.size());
-    }
-    ~LongEdgeBuffer() { munmap(Base, Size); }
-    LongEdgeBuffer(const LongEdgeBuffer&) = delete;
-    LongEdgeBuffer& operator=(const LongEdgeBuffer&) = delete;
-    char* data() const { return Data; }
-
-private:
-    char* Base;
-    char* Data;
-    unsigned long Size;
-};
-
 std::vector<Tok> scanAll(KoScanner& s, SearchType search = TOKEN_NORMAL) {
     std::vector<Tok> out;
     KoToken t;
@@ -257,7 +234,7 @@ TEST(Scanner, NeverReadsPastTheGivenLength) {
               scanAll(std::string("a\0b", 3)));
     // A megabyte of "(" with paren matching is one unclosed literal.
     std::string parens(1 << 20, '(');
-    LongEdgeBuffer edge(parens);
+    kotest::EdgeBuffer edge(parens);
     KoScanner s(edge.data(), parens.size());
     s.setMatchParens();
     KoToken t;

@@ -40,16 +40,16 @@ public:
     bool Ok;
 };
 
-// Copies bytes to the very end of a readable page followed by a PROT_NONE page.
+// Copies bytes (of any length) to the very end of readable pages followed by a PROT_NONE page.
 class EdgeBuffer {
 public:
     explicit EdgeBuffer(const std::string& bytes) {
         long page = sysconf(_SC_PAGESIZE);
-        Size = 2 * page;
+        Size = (bytes.size() / page + 2) * page;
         Base = static_cast<char*>(
             mmap(nullptr, Size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(Base + page, page, PROT_NONE);
-        Data = Base + page - bytes.size();
+        mprotect(Base + Size - page, page, PROT_NONE);
+        Data = Base + Size - page - bytes.size();
         std::memcpy(Data, bytes.data(), bytes.size());
     }
     ~EdgeBuffer() { munmap(Base, Size); }
