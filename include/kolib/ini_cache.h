@@ -21,6 +21,14 @@
 #include "kolib/semaphore.h"
 
 struct KoIniSectionIndex;
+class KoFileReplace;
+
+// What identifies one version of a file on disk: a rewrite by rename changes the inode, an
+// edit in place the size or the change time (nanoseconds).
+struct KoFileStamp {
+    uint64_t Device, Inode, Size;
+    int64_t ModifiedNs, ChangedNs;
+};
 
 // Values of a single entry are copied through a buffer of this size: longer values are cut
 // to 2,047 bytes.
@@ -88,19 +96,22 @@ public:
     KoSemaphore Semaphore;
     uint32_t TextLength;      // bytes of text actually read (the file may change under us)
     KoIniSectionIndex* Index; // where each section starts; null: search the text
+    KoFileStamp Stamp;        // the version of the file that was read
 
 private:
-    // Called with the semaphore held.
-    unsigned syncLocked();
+    // Called with the semaphore held. Re-reads the file when its stamp changed, or always
+    // with `force`.
+    unsigned syncLocked(bool force = false);
     void closeLocked();
     char* textEnd() const { return FileCache + TextLength; }
     unsigned findEntry(const char* name, char* limit, char** position, char** valueStart,
                        char** valueEnd);
     unsigned long copyEntryNames(const char* section, const char* sectionEnd, char* buffer,
                                  unsigned long size);
-    unsigned rewrite(const char* prefix, const char* head, unsigned long headLength,
-                     const char* header, bool withHeader, bool lineFeedFirst, const char* newLine,
-                     const char* tail, unsigned long tailLength);
+    unsigned rewrite(KoFileReplace* replace, const char* prefix, const char* head,
+                     unsigned long headLength, const char* header, bool withHeader,
+                     bool lineFeedFirst, const char* newLine, const char* tail,
+                     unsigned long tailLength);
 };
 
 // The per-task list of open caches (reached through bosGetPTaskIniList).

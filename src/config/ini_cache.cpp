@@ -3,6 +3,7 @@
 // searched with explicit ends (TextLength), so zero bytes inside a file do no harm.
 #include <cstdio>
 #include <cstring>
+#include <sys/stat.h>
 #include "kolib/errors.h"
 #include "kolib/files.h"
 #include "kolib/frame.h"
@@ -40,12 +41,27 @@ unsigned openForReading(const char* name, char* path, unsigned long* mode, int* 
     }
 }
 
+void stampOf(const struct stat& info, KoFileStamp* stamp) {
+    stamp->Device = static_cast<uint64_t>(info.st_dev);
+    stamp->Inode = static_cast<uint64_t>(info.st_ino);
+    stamp->Size = static_cast<uint64_t>(info.st_size);
+    stamp->ModifiedNs =
+        static_cast<int64_t>(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec;
+    stamp->ChangedNs =
+        static_cast<int64_t>(info.st_ctim.tv_sec) * 1000000000 + info.st_ctim.tv_nsec;
+}
+
+bool sameStamp(const KoFileStamp& a, const KoFileStamp& b) {
+    return a.Device == b.Device && a.Inode == b.Inode && a.Size == b.Size &&
+           a.ModifiedNs == b.ModifiedNs && a.ChangedNs == b.ChangedNs;
+}
+
 } // namespace
 
 KoIniFileCache::KoIniFileCache(const char* name)
     : FileHandle(0), FileSize(0), FileMode(0), FileName(nullptr), FileDate(0), FileUseCount(1),
       FileCache(nullptr), Initialized(false), Semaphore(nullptr, nullptr), TextLength(0),
-      Index(nullptr) {
+      Index(nullptr), Stamp() {
     bosKoIniOpen(name);
 }
 
@@ -62,9 +78,11 @@ unsigned KoIniFileCache::bosKoIniOpen(const char* name) {
     FileMode = BOS_OPEN_CONFIG_NAME | BOS_OPEN_CREATE_IF_MISSING | BOS_OPEN_WRITE;
     char path[BOS_PATH_BUFFER_SIZE];
     if (openForReading(name, path, &FileMode, &FileHandle)) return 1;
-    unsigned long date = 0, size = 0;
+    // Date and size of the file that is open, not of whatever the name holds by now: a writer
+    // may rename a new version over it in between.
+    struct stat info;
     FileName = ramAllocStr(path);
-    if (!FileName || bosFileDateSize(FileName, &date, &size)) {
+    if (!FileName || fstat(FileHandle, &info) != 0) {
         if (!FileName) KoErrorKeeper::addMemoryError();
         bosFileClose(FileHandle);
         FileHandle = 0;
@@ -72,8 +90,9 @@ unsigned KoIniFileCache::bosKoIniOpen(const char* name) {
         FileName = nullptr;
         return 1;
     }
-    FileDate = static_cast<uint32_t>(date);
-    FileSize = static_cast<uint32_t>(size);
+    stampOf(info, &Stamp);
+    FileDate = static_cast<uint32_t>(info.st_mtime);
+    FileSize = static_cast<uint32_t>(info.st_size);
     unsigned long capacity = FileSize == UINT32_MAX ? 1 : static_cast<unsigned long>(FileSize) + 1;
     FileCache = static_cast<char*>(ramMalloc(capacity));
     if (!FileCache) {
@@ -110,6 +129,7 @@ void KoIniFileCache::closeLocked() {
     ramFree(FileCache);
     FileName = FileCache = nullptr;
     TextLength = 0;
+    Stamp = KoFileStamp();
     setClose();
 }
 
@@ -119,11 +139,14 @@ void KoIniFileCache::Close() {
     Semaphore.SemaphoreExit();
 }
 
-unsigned KoIniFileCache::syncLocked() {
-    unsigned long date = 0, size = 0;
-    if (!FileName || bosFileDateSize(FileName, &date, &size)) return 1;
-    if (static_cast<uint32_t>(date) == FileDate && static_cast<uint32_t>(size) == FileSize)
-        return 0;
+// Stronger than the date and size alone: a rewrite within one second to the same size is seen
+// too, because the rename brings a new inode and an edit in place a new change time.
+unsigned KoIniFileCache::syncLocked(bool force) {
+    struct stat info;
+    if (!FileName || stat(FileName, &info) != 0) return 1;
+    KoFileStamp now;
+    stampOf(info, &now);
+    if (!force && sameStamp(now, Stamp)) return 0;
     char path[BOS_PATH_BUFFER_SIZE];
     std::snprintf(path, sizeof path, "%s", FileName);
     closeLocked();

@@ -1,10 +1,13 @@
-// Writing through a KoIniFileCache: the text is split into a head and a tail around the
-// place that changes, and the file is created anew from head, optional header, optional new
-// line and tail, all under the cache's semaphore; the cache is then read back. A new entry
-// goes first in its section, a changed one stays in place, a new section goes at the end.
+// Writing through a KoIniFileCache: under the cache's semaphore and the writers' lock of the
+// file (so no other process's change is lost), the file is read afresh, its text split into a
+// head and a tail around the place that changes, and a new file made of head, optional
+// header, optional new line and tail replaces the old one whole (KoFileReplace): a reader
+// never sees a missing or partly written file. The cache is then read back. A new entry goes
+// first in its section, a changed one stays in place, a new section goes at the end.
 #include <cstdio>
 #include <cstring>
 #include "kolib/errors.h"
+#include "kolib/file_replace.h"
 #include "kolib/files.h"
 #include "kolib/frame.h"
 #include "kolib/ini_cache.h"
@@ -14,66 +17,66 @@
 namespace {
 
 const char* const PREFIX = "PutProfileString:";
-// bosFileWrite judges its count as 16 bits, so large texts go out in smaller pieces.
-const unsigned long WRITE_PIECE = 32768;
 
 bool traced() {
     return BOS_RUNTIME_DEBUG.debugItem(KO_DEBUG_PROFILE_WRITE) != 0;
 }
 
-bool writeAll(int fd, const char* text, unsigned long length) {
-    bool ok = true;
-    for (unsigned long done = 0; done < length && ok;) {
-        unsigned long piece = length - done < WRITE_PIECE ? length - done : WRITE_PIECE;
-        ok = bosFileWrite(fd, -1, text + done, piece) == 0;
-        done += piece;
-    }
-    return ok;
+bool isLineEnd(char c) {
+    return c == '\n' || c == '\r';
 }
 
-bool retryWithoutLock(unsigned short error) {
-    return error == 1522 || error == 1508 || error == 30040;
+// Names and values that the look-ups could not read back as written are refused: they would
+// end the line, the section or the name early, or turn the line into a comment. 0 when fine.
+unsigned refuseUnreadable(const char* section, const char* entry, const char* value) {
+    if (std::strpbrk(section, "]\n")) {
+        addError(2718) << section;
+        return 1;
+    }
+    const char* name = entry;
+    while (*name == ' ' || *name == '\t') ++name;
+    if (std::strpbrk(entry, "=\n") || *name == ';' || *name == '#' || *name == '[') {
+        addError(2719) << entry;
+        return 1;
+    }
+    for (const char* p = value; *p; ++p)
+        if (isLineEnd(*p)) {
+            addError(2720) << entry << section;
+            return 1;
+        }
+    return 0;
 }
 
 } // namespace
 
-// Creates the file anew and writes head, a line feed when the head's last line needs one
-// before something new, the section header, the new line and the tail. Called under the
-// semaphore. 0 success.
-unsigned KoIniFileCache::rewrite(const char* prefix, const char* head, unsigned long headLength,
-                                 const char* header, bool withHeader, bool lineFeedFirst,
-                                 const char* newLine, const char* tail, unsigned long tailLength) {
-    char path[BOS_PATH_BUFFER_SIZE];
+// Writes head, a line feed when the head's last line needs one before something new, the
+// section header, the new line and the tail to a new file that replaces the old one whole.
+// Called under the semaphore and the writers' lock. 0 success.
+unsigned KoIniFileCache::rewrite(KoFileReplace* replace, const char* prefix, const char* head,
+                                 unsigned long headLength, const char* header, bool withHeader,
+                                 bool lineFeedFirst, const char* newLine, const char* tail,
+                                 unsigned long tailLength) {
     FileMode = BOS_OPEN_CREATE | BOS_OPEN_WRITE | BOS_OPEN_LOCK_WRITE;
-    for (;;) {
-        std::snprintf(path, sizeof path, "%s", FileName);
-        if (bosFileOpen(path, FileMode, &FileHandle) == 0) break;
-        if (!(FileMode & BOS_OPEN_LOCK_WRITE) ||
-            !retryWithoutLock(KoErrorKeeper::getLastErrorNumber()))
-            return 1;
-        FileMode &= ~static_cast<unsigned long>(BOS_OPEN_LOCK_WRITE);
-        KoErrorKeeper::clearLastError();
-    }
-    bool ok = bosFileSeek(FileHandle, 0, 0) == 0 && writeAll(FileHandle, head, headLength);
-    if (ok && lineFeedFirst) ok = writeAll(FileHandle, "\n", 1);
-    if (ok && withHeader) {
+    if (replace->begin()) return 1;
+    unsigned failed = replace->write(head, headLength);
+    if (!failed && lineFeedFirst) failed = replace->write("\n", 1);
+    if (!failed && withHeader) {
         if (newLine && traced())
             std::printf("%s Section missing adding it.\n|->%s\n", prefix, header);
-        ok = writeAll(FileHandle, header, std::strlen(header)) && writeAll(FileHandle, "\n", 1);
+        failed = replace->write(header, std::strlen(header)) || replace->write("\n", 1);
     }
-    if (ok && newLine) {
+    if (!failed && newLine) {
         if (traced()) std::printf("%s Entry missing adding it.\n|->%s\n", prefix, newLine);
-        ok = writeAll(FileHandle, newLine, std::strlen(newLine));
+        failed = replace->write(newLine, std::strlen(newLine));
     }
-    if (ok && tailLength) ok = writeAll(FileHandle, tail, tailLength);
-    bosFileClose(FileHandle);
-    FileHandle = 0;
-    return ok ? 0 : 1;
+    if (!failed && tailLength) failed = replace->write(tail, tailLength);
+    return failed ? 1 : replace->commit();
 }
 
 unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* entry,
                                              const char* newValue) {
     if (!section) return 0;
+    if (entry && newValue && refuseUnreadable(section, entry, newValue)) return 0;
     bool trace = traced();
     std::size_t sectionLength = std::strlen(section);
     char* header = static_cast<char*>(ramMalloc(sectionLength + 3));
@@ -112,7 +115,11 @@ unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* en
         std::printf("%s newStr:", PREFIX);
         newValue ? std::printf("%s\n", newValue) : std::printf("NULL\n");
     }
-    if (isOpen() && syncLocked() == 0 && isOpen()) {
+    // Every writer of the library takes this lock around its read, change and replace; the
+    // read under it is unconditional, so a change another process made within the same
+    // clock tick is never written over.
+    KoFileReplace replace;
+    if (isOpen() && replace.lock(FileName) == 0 && syncLocked(true) == 0 && isOpen()) {
         char *start = nullptr, *end = nullptr;
         bool found = getSection(header, &start, &end) == 0;
         if (trace)
@@ -148,12 +155,12 @@ unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* en
         unsigned long headLength = static_cast<unsigned long>(cut - text);
         bool inserting = newLine && (withHeader || cut == tail);
         bool lineFeedFirst = inserting && headLength && text[headLength - 1] != '\n';
-        if (rewrite(PREFIX, text, headLength, header, withHeader, lineFeedFirst, newLine, tail,
-                    static_cast<unsigned long>(limit - tail)) == 0)
+        if (rewrite(&replace, PREFIX, text, headLength, header, withHeader, lineFeedFirst, newLine,
+                    tail, static_cast<unsigned long>(limit - tail)) == 0)
             result = 1;
         // Read the file back: what is cached must be what was written.
         FileDate = FileSize = 0;
-        syncLocked();
+        syncLocked(true);
         if (trace) {
             std::printf("%s Updated FileCache: Len=%d\n", PREFIX, static_cast<int>(TextLength));
             if (!TextLength)
@@ -162,6 +169,7 @@ unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* en
                 std::printf("%s Updated FileCache:\n|->%s\n", PREFIX, FileCache);
         }
     }
+    replace.unlock();
     Semaphore.SemaphoreExit();
     ramFree(header);
     ramFree(newLine);

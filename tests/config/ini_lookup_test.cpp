@@ -77,6 +77,10 @@ TEST(IniLookup, TraceLines) {
                              [&] { koWritePrivateProfileString("S", "k", "w", cache); }),
               "PutProfileString: File:" + file +
                   " Section:[S] Entry:k\nPutProfileString: newStr:w\n"
+                  // read afresh under the writers' lock, whatever the file's stamp says
+                  "KoIniOpen: File:" +
+                  file + " \nKoIniOpen: File:" + file +
+                  " FileSize 8\n"
                   "PutProfileString: Section [S] found.\n"
                   "PutProfileString: Updating Entry Value with: w\n"
                   "PutProfileString: Entry missing adding it.\n|->k=w\n\n"
