@@ -30,6 +30,16 @@ struct KoFileStamp {
     int64_t ModifiedNs, ChangedNs;
 };
 
+// A cache's snapshot of the change notices on its file and directory (see KoIniWatcher).
+struct KoIniWatch {
+    int FileSlot, DirSlot; // -1: not watched
+    int FileWd, DirWd;
+    uint64_t FileGeneration, DirGeneration;
+    uint64_t Epoch;       // the watcher's epoch when taken (an overflow raises it)
+    uint64_t Incarnation; // the watcher's instance (a restart after fork raises it)
+};
+class KoIniWatcher;
+
 // Values of a single entry are copied through a buffer of this size: longer values are cut
 // to 2,047 bytes.
 enum { KO_INI_WORK_BUFFER_SIZE = 2048 };
@@ -97,6 +107,9 @@ public:
     uint32_t TextLength;      // bytes of text actually read (the file may change under us)
     KoIniSectionIndex* Index; // where each section starts; null: search the text
     KoFileStamp Stamp;        // the version of the file that was read
+    KoIniWatcher* Watcher;    // the task list's change notices; null: stat every time
+    KoIniWatch Watch;         // valid while Watched
+    bool Watched;
 
 private:
     // Called with the semaphore held. Re-reads the file when its stamp changed, or always
@@ -135,4 +148,6 @@ public:
 
     KoSemaphore Semaphore;
     KoArray List;
+    KoIniWatcher* Watcher;       // change notices for the caches; null: they stat every time
+    struct KoIniNameMemo* Names; // configuration names resolved before (under Semaphore)
 };

@@ -11,6 +11,7 @@
 #include "kolib/locate.h"
 #include "kolib/memory.h"
 #include "ini_index.h"
+#include "ini_watch.h"
 
 namespace {
 
@@ -61,11 +62,13 @@ bool sameStamp(const KoFileStamp& a, const KoFileStamp& b) {
 KoIniFileCache::KoIniFileCache(const char* name)
     : FileHandle(0), FileSize(0), FileMode(0), FileName(nullptr), FileDate(0), FileUseCount(1),
       FileCache(nullptr), Initialized(false), Semaphore(nullptr, nullptr), TextLength(0),
-      Index(nullptr), Stamp() {
+      Index(nullptr), Stamp(), Watcher(nullptr), Watched(false) {
+    KoIniWatcher::clear(&Watch);
     bosKoIniOpen(name);
 }
 
 KoIniFileCache::~KoIniFileCache() {
+    if (Watcher) Watcher->release(&Watch);
     closeLocked();
 }
 
@@ -141,7 +144,14 @@ void KoIniFileCache::Close() {
 
 // Stronger than the date and size alone: a rewrite within one second to the same size is seen
 // too, because the rename brings a new inode and an edit in place a new change time.
+// With change notices, an unchanged file costs no system call but the notice read; the stat
+// runs only after a notice (or when notices cannot be had), and the snapshot is renewed before
+// it, so a change between the two is noticed next time.
 unsigned KoIniFileCache::syncLocked(bool force) {
+    if (Watcher && FileName) {
+        if (!force && Watched && Watcher->unchanged(Watch)) return 0;
+        Watched = Watcher->watch(FileName, true, &Watch);
+    }
     struct stat info;
     if (!FileName || stat(FileName, &info) != 0) return 1;
     KoFileStamp now;

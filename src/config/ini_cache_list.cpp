@@ -8,12 +8,17 @@
 #include "kolib/frame.h"
 #include "kolib/ini_cache.h"
 #include "kolib/locate.h"
+#include "ini_names.h"
+#include "ini_watch.h"
 
-KoIniFileCacheList::KoIniFileCacheList() : Semaphore(nullptr, nullptr) {}
+KoIniFileCacheList::KoIniFileCacheList()
+    : Semaphore(nullptr, nullptr), Watcher(KoIniWatcher::create()), Names(nullptr) {}
 
 KoIniFileCacheList::~KoIniFileCacheList() {
     for (unsigned long i = 0; i < List.getCount(); ++i) delete List.at(i);
     List.reset();
+    koIniForgetNames(this);
+    delete Watcher;
 }
 
 KoIniFileCacheList* KoIniFileCacheList::getTaskList() {
@@ -36,12 +41,13 @@ KoIniFileCacheList* KoIniFileCacheList::getTaskList() {
 KoIniFileCache* KoIniFileCacheList::open(const char* name) {
     if (!name) return nullptr;
     char path[BOS_PATH_BUFFER_SIZE];
-    std::snprintf(path, sizeof path, "%s", name);
-    int fd = 0;
-    if (std::strlen(name) >= sizeof path ||
-        bosFileOpen(path, BOS_OPEN_CONFIG_NAME | BOS_OPEN_NAME_ONLY, &fd))
-        return nullptr;
+    if (std::strlen(name) >= sizeof path) return nullptr;
     Semaphore.SemaphoreEnter();
+    if (koIniRecallName(this, name, path) != 0) {
+        Semaphore.SemaphoreExit();
+        if (koIniResolveName(this, name, path)) return nullptr;
+        Semaphore.SemaphoreEnter();
+    }
     for (unsigned long i = 0; i < List.getCount(); ++i) {
         KoIniFileCache* cache = static_cast<KoIniFileCache*>(List.at(i));
         if (cache->isThisFile(path)) {
@@ -73,6 +79,7 @@ void KoIniFileCacheList::close(KoIniFileCache* cache) {
 }
 
 unsigned KoIniFileCacheList::add(KoIniFileCache* cache) {
+    cache->Watcher = Watcher;
     return List.add(cache);
 }
 
