@@ -5,8 +5,6 @@ set -e
 build=${1:-build}
 kotool="$build/bin/kotool"
 export LD_LIBRARY_PATH="$build/lib${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}"
-# Messages are worded in the catalogue's own locale, whatever the caller's environment says.
-unset LC_ALL LC_MESSAGES LANG
 
 run() {
     echo "\$ kotool $*"

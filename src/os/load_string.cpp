@@ -2,10 +2,12 @@
 // runs under CritCatalog because the message locale is process state: when it is still "C",
 // a locale is chosen from "LC_MESSAGES" and "LANG" and set for the whole process (it stays
 // set). The catalogue is "locale/<locale>/LC_MESSAGES/<name>.mo" found along the library
-// search path and its parents; without it the text is the resource number in decimal.
+// search path and its parents, trying shorter forms of the locale and then "en_US"; without
+// any the text is the resource number in decimal.
 #include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <dlfcn.h>
 #include <nl_types.h>
 #include "core/lib_statics.h"
 #include "kolib/files.h"
@@ -39,6 +41,36 @@ void copyText(char* buffer, unsigned long size, const char* text) {
     buffer[length] = '\0';
 }
 
+// The catalogue path in the directory this library was loaded from: an installation whose
+// library directory is on no search path (a distribution's multiarch directory, a build tree
+// run without LD_LIBRARY_PATH) still finds its own catalogue.
+bool besideLibrary(const char* path, char* domainPath) {
+    Dl_info info;
+    if (!dladdr(reinterpret_cast<void*>(&LoadString), &info) || !info.dli_fname) return false;
+    const char* slash = std::strrchr(info.dli_fname, '/');
+    if (!slash) return false;
+    int fits = std::snprintf(domainPath, BOS_PATH_BUFFER_SIZE, "%.*s/%s",
+                             static_cast<int>(slash - info.dli_fname), info.dli_fname, path);
+    return fits > 0 && fits < BOS_PATH_BUFFER_SIZE && bosexist(domainPath);
+}
+
+// Looks "locale/<locale>/LC_MESSAGES/<catalogue>.mo" up along the library directories, then
+// beside the library itself.
+bool findCatalogue(const char* locale, const char* catalogue, bool trace, char* domainPath) {
+    char path[BOS_PATH_BUFFER_SIZE];
+    int fits = std::snprintf(path, sizeof path, "locale/%s/LC_MESSAGES/%s.mo", locale, catalogue);
+    if (trace) std::printf("LoadString: STDLIB Search %s\n", path);
+    if (fits <= 0 || static_cast<std::size_t>(fits) >= sizeof path) return false;
+    if (bosLocateFile(domainPath, path, BOS_LOCATE_LIBRARY) != 0 &&
+        !besideLibrary(path, domainPath))
+        return false;
+    if (trace) {
+        std::printf("LoadString: STDLIB Search found.\n");
+        std::printf("LoadString: Domainpath=%s\n", domainPath);
+    }
+    return true;
+}
+
 } // namespace
 
 unsigned long LoadString(const char* catalogue, unsigned resource, char* buffer,
@@ -69,19 +101,25 @@ unsigned long LoadString(const char* catalogue, unsigned resource, char* buffer,
     char fallback[16];
     std::snprintf(fallback, sizeof fallback, "%u", resource);
 
-    char path[BOS_PATH_BUFFER_SIZE];
     char domainPath[BOS_PATH_BUFFER_SIZE];
-    int fits = std::snprintf(path, sizeof path, "locale/%s/LC_MESSAGES/%s.mo", locale, catalogue);
-    if (trace) std::printf("LoadString: STDLIB Search %s\n", path);
-    if (fits > 0 && static_cast<std::size_t>(fits) < sizeof path &&
-        bosLocateFile(domainPath, path, BOS_LOCATE_LIBRARY) == 0) {
-        if (trace) {
-            std::printf("LoadString: STDLIB Search found.\n");
-            std::printf("LoadString: Domainpath=%s\n", domainPath);
-        }
-    } else {
-        std::snprintf(domainPath, sizeof domainPath, "%s.mo", catalogue);
+    // The locale as chosen, then without its codeset and modifier ("de_DE.UTF-8@euro" gives
+    // "de_DE"), then its language alone ("de"), then "en_US": the first catalogue found wins.
+    bool found = false;
+    char tried[4][256];
+    int triedCount = 0;
+    char candidate[256];
+    std::snprintf(candidate, sizeof candidate, "%s", locale);
+    for (int step = 0; step < 4 && !found; ++step) {
+        if (step == 1) candidate[std::strcspn(candidate, ".@")] = '\0';
+        if (step == 2) candidate[std::strcspn(candidate, "_")] = '\0';
+        if (step == 3) std::strcpy(candidate, "en_US");
+        bool again = !candidate[0];
+        for (int i = 0; i < triedCount && !again; ++i) again = !std::strcmp(tried[i], candidate);
+        if (again) continue;
+        std::strcpy(tried[triedCount++], candidate);
+        found = findCatalogue(candidate, catalogue, trace, domainPath);
     }
+    if (!found) std::snprintf(domainPath, sizeof domainPath, "%s.mo", catalogue);
 
     nl_catd handle = catopen(domainPath, 0);
     if (handle == reinterpret_cast<nl_catd>(-1)) {

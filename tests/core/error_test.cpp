@@ -11,6 +11,7 @@
 #include "kolib/kostring.h"
 #include "kolib/resource_string.h"
 #include "kolib/testing.h"
+#include "child_process.h"
 #include "test_support.h"
 
 namespace {
@@ -55,12 +56,15 @@ TEST_F(MultiErrorList, CatalogueTextWithParameterInPlace) {
     EXPECT_EQ(List.getErrorsMix(), 1);
 }
 
-TEST_F(MultiErrorList, WithoutTheCatalogueTheTextIsTheNumber) {
-    kotest::TempDir empty;
-    kotest::EnvGuard path("LD_LIBRARY_PATH", empty.path().c_str());
-    kotest::EnvGuard nls("NLSPATH", nullptr);
+KO_CHILD_SCENARIO(ErrorTextWithoutCatalogue) {
+    kotest::PushedList errors;
     addError(1502) << "ignored";
-    EXPECT_EQ(lastText(), "1502");
+    CHILD_CHECK(errors.lastText() == "1502");
+    return 0;
+}
+
+TEST_F(MultiErrorList, WithoutTheCatalogueTheTextIsTheNumber) {
+    EXPECT_EQ(kotest::runWithoutCatalogue("ErrorTextWithoutCatalogue").Status, 0);
 }
 
 TEST_F(SingleErrorList, FirstErrorWinsAndLaterParametersAreDropped) {

@@ -2,6 +2,9 @@
 // standard output collected through a pipe.
 #include "child_process.h"
 
+#include <string>
+#include "test_support.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <sys/wait.h>
@@ -52,6 +55,16 @@ ChildResult runForked(const std::function<int()>& body) {
         std::fflush(stdout);
         _exit(status);
     });
+}
+
+ChildResult runWithoutCatalogue(const char* scenario) {
+    const char* search = std::getenv("LD_LIBRARY_PATH");
+    std::string library = std::string(search ? search : "");
+    library = library.substr(0, library.find(':')) + "/libkolib.so.1";
+    TempDir bare;
+    std::string copy = "cp '" + library + "' '" + bare.path() + "/'";
+    if (std::system(copy.c_str()) != 0) return ChildResult();
+    return runScenario(scenario, {{"LD_LIBRARY_PATH", bare.path().c_str()}, {"NLSPATH", nullptr}});
 }
 
 ChildScenario::ChildScenario(const char* name, int (*body)()) {

@@ -22,6 +22,10 @@ using EnvSetting = std::pair<const char*, const char*>;
 
 ChildResult runScenario(const char* scenario, const std::vector<EnvSetting>& environment);
 ChildResult runForked(const std::function<int()>& body);
+// Runs a scenario over a copy of the library in a directory without a message catalogue
+// (the library also looks for its catalogue beside itself, so the search path alone does
+// not hide the build's catalogue).
+ChildResult runWithoutCatalogue(const char* scenario);
 
 struct ChildScenario {
     ChildScenario(const char* name, int (*body)());

@@ -7,18 +7,6 @@
 
 namespace kotest {
 
-namespace {
-// Every test starts in the same message environment whatever the caller's shell says: with
-// "LANG", "LC_MESSAGES" and "LC_ALL" unset the library looks messages up under en_US, where
-// the build puts the catalogue. Tests of the locale choice set their own values.
-const int CleanMessageEnvironment = [] {
-    unsetenv("LC_ALL");
-    unsetenv("LC_MESSAGES");
-    unsetenv("LANG");
-    return 0;
-}();
-} // namespace
-
 TempDir::TempDir() {
     const char* base = std::getenv("TMPDIR");
     std::string pattern = std::string(base && *base ? base : "/tmp") + "/kolib-test-XXXXXX";
