@@ -110,11 +110,16 @@ public:
     KoIniWatcher* Watcher;    // the task list's change notices; null: stat every time
     KoIniWatch Watch;         // valid while Watched
     bool Watched;
+    bool Compatible;   // read the compatible way (see koIniSetCompatible)
+    char* MissingName; // a file the compatible reading did not create, for the first write
 
 private:
     // Called with the semaphore held. Re-reads the file when its stamp changed, or always
     // with `force`.
     unsigned syncLocked(bool force = false);
+    unsigned openFile(const char* name, unsigned long create);
+    unsigned lookUpEntry(char* section, char* sectionEnd, const char* name, char** lineStart,
+                         char** valueStart, char** valueEnd, char** lineNext);
     void closeLocked();
     char* textEnd() const { return FileCache + TextLength; }
     unsigned findEntry(const char* name, char* limit, char** position, char** valueStart,
@@ -124,8 +129,20 @@ private:
     unsigned rewrite(KoFileReplace* replace, const char* prefix, const char* head,
                      unsigned long headLength, const char* header, bool withHeader,
                      bool lineFeedFirst, const char* newLine, const char* tail,
-                     unsigned long tailLength);
+                     unsigned long tailLength, const char* lineEnd, const char* newValueOnly);
 };
+
+// How the task reads configuration files: 1 the compatible way, 0 the strict way (the
+// default), -1 as the environment says (KO_INI_COMPAT=1 asks for the compatible way; the
+// variable is read when the task first uses a configuration file, and again by this call). The
+// compatible reading ignores blanks around "=" and at the end of names and values, a carriage
+// return before the line feed, and a "[" that does not start a line; it does not create a
+// missing file (the first write does), and its writes keep the file's line ends and the
+// spelling of the lines they change. Caches switch at their next look-up. 0 success, 1 when
+// the task's list cannot be made.
+KO_API unsigned koIniSetCompatible(int mode);
+// 1 when the task reads configuration files the compatible way now, else 0.
+KO_API int koIniCompatible();
 
 // The per-task list of open caches (reached through bosGetPTaskIniList).
 class KO_API KoIniFileCacheList : public KoObject {
@@ -149,5 +166,6 @@ public:
     KoSemaphore Semaphore;
     KoArray List;
     KoIniWatcher* Watcher;       // change notices for the caches; null: they stat every time
+    int CompatibleMode;          // how files are read: 1 compatible, 0 strict
     struct KoIniNameMemo* Names; // configuration names resolved before (under Semaphore)
 };

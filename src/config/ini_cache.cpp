@@ -10,6 +10,7 @@
 #include "kolib/ini_cache.h"
 #include "kolib/locate.h"
 #include "kolib/memory.h"
+#include "ini_compat.h"
 #include "ini_index.h"
 #include "ini_watch.h"
 
@@ -62,7 +63,8 @@ bool sameStamp(const KoFileStamp& a, const KoFileStamp& b) {
 KoIniFileCache::KoIniFileCache(const char* name)
     : FileHandle(0), FileSize(0), FileMode(0), FileName(nullptr), FileDate(0), FileUseCount(1),
       FileCache(nullptr), Initialized(false), Semaphore(nullptr, nullptr), TextLength(0),
-      Index(nullptr), Stamp(), Watcher(nullptr), Watched(false) {
+      Index(nullptr), Stamp(), Watcher(nullptr), Watched(false), Compatible(false),
+      MissingName(nullptr) {
     KoIniWatcher::clear(&Watch);
     bosKoIniOpen(name);
 }
@@ -70,6 +72,7 @@ KoIniFileCache::KoIniFileCache(const char* name)
 KoIniFileCache::~KoIniFileCache() {
     if (Watcher) Watcher->release(&Watch);
     closeLocked();
+    ramFree(MissingName);
 }
 
 unsigned KoIniFileCache::bosKoIniOpen(const char* name) {
@@ -78,9 +81,29 @@ unsigned KoIniFileCache::bosKoIniOpen(const char* name) {
     FileSize = FileDate = 0;
     if (!name) return 1;
     if (trace) std::printf("KoIniOpen: File:%s \n", name);
-    FileMode = BOS_OPEN_CONFIG_NAME | BOS_OPEN_CREATE_IF_MISSING | BOS_OPEN_WRITE;
+    Compatible = koIniCompatible() != 0;
+    return openFile(name, Compatible ? 0 : BOS_OPEN_CREATE_IF_MISSING);
+}
+
+// Opens with the configuration-name rules (creating a missing file with `create`), reads the
+// whole text and marks the cache open. A compatible reading does not create a missing file:
+// its name is kept so that the first write can.
+unsigned KoIniFileCache::openFile(const char* name, unsigned long create) {
+    bool trace = BOS_RUNTIME_DEBUG.debugItem(KO_DEBUG_INI_OPEN) != 0;
+    FileMode = BOS_OPEN_CONFIG_NAME | create | BOS_OPEN_WRITE;
     char path[BOS_PATH_BUFFER_SIZE];
-    if (openForReading(name, path, &FileMode, &FileHandle)) return 1;
+    if (name != MissingName) {
+        ramFree(MissingName);
+        MissingName = nullptr;
+    }
+    if (openForReading(name, path, &FileMode, &FileHandle)) {
+        if (!create && !MissingName) MissingName = ramAllocStr(name);
+        return 1;
+    }
+    if (name == MissingName) {
+        ramFree(MissingName);
+        MissingName = nullptr;
+    }
     // Date and size of the file that is open, not of whatever the name holds by now: a writer
     // may rename a new version over it in between.
     struct stat info;
@@ -116,7 +139,7 @@ unsigned KoIniFileCache::bosKoIniOpen(const char* name) {
     if (got == capacity) --got;
     FileCache[got] = '\0';
     TextLength = static_cast<uint32_t>(got);
-    Index = koIniBuildIndex(FileCache, TextLength); // none: the look-ups walk the text
+    Index = koIniBuildIndex(FileCache, TextLength, Compatible); // none: walk the text
     bosFileClose(FileHandle);
     FileHandle = 0;
     setOpen();
@@ -148,6 +171,8 @@ void KoIniFileCache::Close() {
 // runs only after a notice (or when notices cannot be had), and the snapshot is renewed before
 // it, so a change between the two is noticed next time.
 unsigned KoIniFileCache::syncLocked(bool force) {
+    // A switch of the reading mode takes effect at the next look-up.
+    if (Compatible != (koIniCompatible() != 0)) force = true;
     if (Watcher && FileName) {
         if (!force && Watched && Watcher->unchanged(Watch)) return 0;
         Watched = Watcher->watch(FileName, true, &Watch);
@@ -183,6 +208,14 @@ unsigned KoIniFileCache::getSection(const char* header, char** start, char** end
         return 0;
     }
     char* limit = textEnd();
+    if (Compatible) {
+        const char *first = nullptr, *last = nullptr;
+        if (!koIniCompatFindSection(FileCache, limit, header, headerLength, &first, &last))
+            return 1;
+        *start = const_cast<char*>(first);
+        *end = const_cast<char*>(last);
+        return 0;
+    }
     for (char* p = FileCache; p < limit;) {
         char* open = static_cast<char*>(std::memchr(p, '[', static_cast<std::size_t>(limit - p)));
         if (!open) return 1;
@@ -238,7 +271,37 @@ unsigned KoIniFileCache::findEntry(const char* name, char* limit, char** positio
 unsigned KoIniFileCache::getEntry(const char* name, char** position, char** valueStart,
                                   char** valueEnd) {
     if (!FileCache || !name || !*position) return 1;
-    return findEntry(name, textEnd(), position, valueStart, valueEnd);
+    if (!Compatible) return findEntry(name, textEnd(), position, valueStart, valueEnd);
+    // The section runs to the next header line.
+    const char *sectionEnd = textEnd(), *open = nullptr, *close = nullptr;
+    KoIniLine line;
+    koIniNextLine(*position, textEnd(), &line);
+    for (const char* p = line.Next; koIniNextLine(p, textEnd(), &line); p = line.Next)
+        if (koIniHeaderLine(line, &open, &close)) {
+            sectionEnd = line.Start;
+            break;
+        }
+    char* lineNext = nullptr;
+    return lookUpEntry(*position, const_cast<char*>(sectionEnd), name, position, valueStart,
+                       valueEnd, &lineNext);
+}
+
+unsigned KoIniFileCache::lookUpEntry(char* section, char* sectionEnd, const char* name,
+                                     char** lineStart, char** valueStart, char** valueEnd,
+                                     char** lineNext) {
+    if (Compatible) {
+        const char *a = nullptr, *b = nullptr, *c = nullptr, *d = nullptr;
+        if (!koIniCompatFindEntry(section, sectionEnd, name, &a, &b, &c, &d)) return 1;
+        *lineStart = const_cast<char*>(a);
+        *valueStart = const_cast<char*>(b);
+        *valueEnd = const_cast<char*>(c);
+        *lineNext = const_cast<char*>(d);
+        return 0;
+    }
+    *lineStart = section;
+    if (findEntry(name, sectionEnd, lineStart, valueStart, valueEnd)) return 1;
+    *lineNext = *valueEnd < textEnd() ? *valueEnd + 1 : textEnd();
+    return 0;
 }
 
 int KoIniFileCache::isThisFile(const char* path) {

@@ -11,8 +11,15 @@
 #include "ini_names.h"
 #include "ini_watch.h"
 
+namespace {
+void koIniSetCompatible(KoIniFileCacheList* list, int mode);
+}
+
 KoIniFileCacheList::KoIniFileCacheList()
-    : Semaphore(nullptr, nullptr), Watcher(KoIniWatcher::create()), Names(nullptr) {}
+    : Semaphore(nullptr, nullptr), Watcher(KoIniWatcher::create()), CompatibleMode(0),
+      Names(nullptr) {
+    koIniSetCompatible(this, -1);
+}
 
 KoIniFileCacheList::~KoIniFileCacheList() {
     for (unsigned long i = 0; i < List.getCount(); ++i) delete List.at(i);
@@ -89,4 +96,31 @@ void KoIniFileCacheList::remove(KoIniFileCache* cache) {
             List.removeAtIndex(i);
             return;
         }
+}
+
+namespace {
+// -1: as KO_INI_COMPAT says now.
+void koIniSetCompatible(KoIniFileCacheList* list, int mode) {
+    if (mode < 0) {
+        const char* setting = bosGetEnv("KO_INI_COMPAT");
+        mode = setting && std::strcmp(setting, "1") == 0;
+    }
+    __atomic_store_n(&list->CompatibleMode, mode ? 1 : 0, __ATOMIC_RELEASE);
+}
+} // namespace
+
+unsigned koIniSetCompatible(int mode) {
+    KoIniFileCacheList* list = KoIniFileCacheList::getTaskList();
+    if (!list) return 1;
+    koIniSetCompatible(list, mode);
+    return 0;
+}
+
+int koIniCompatible() {
+    // Asked without making the list: a cache of its own (the uncached functions) needs none.
+    KoIniFileCacheList* list = static_cast<KoIniFileCacheList*>(
+        __atomic_load_n(mdsGetPerTaskDataAddress(MDS_PER_TASK_INI_LIST), __ATOMIC_ACQUIRE));
+    if (list) return __atomic_load_n(&list->CompatibleMode, __ATOMIC_ACQUIRE);
+    const char* setting = bosGetEnv("KO_INI_COMPAT");
+    return setting && std::strcmp(setting, "1") == 0;
 }

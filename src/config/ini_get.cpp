@@ -8,6 +8,7 @@
 #include "kolib/ini_cache.h"
 #include "kolib/memory.h"
 #include "kolib/strutil.h"
+#include "ini_compat.h"
 
 namespace {
 
@@ -125,13 +126,18 @@ unsigned long KoIniFileCache::bosGetProfileString(const char* section, const cha
                 if (traceLists()) std::printf("%s Fecthing all entries for %s\n", PREFIX, section);
                 char* headerEnd = start + std::strlen(header);
                 bool empty = end == headerEnd + 1 || (end == headerEnd && end == textEnd());
-                if (!empty) {
+                if (Compatible) {
+                    count = koIniCompatEntryNames(start, end, buffer, size);
+                    answered = count > 0;
+                } else if (!empty) {
                     count = copyEntryNames(start, end, buffer, size);
                     answered = true;
                 }
             } else if (found) {
-                char *position = start, *valueStart = nullptr, *valueEnd = nullptr;
-                if (findEntry(entry, end, &position, &valueStart, &valueEnd) == 0) {
+                char *lineStart = nullptr, *valueStart = nullptr, *valueEnd = nullptr,
+                     *lineNext = nullptr;
+                if (lookUpEntry(start, end, entry, &lineStart, &valueStart, &valueEnd, &lineNext) ==
+                    0) {
                     // Values longer than the work buffer are cut to fit it.
                     valueLength = copyCut(value, sizeof value, valueStart,
                                           static_cast<unsigned long>(valueEnd - valueStart));

@@ -2,6 +2,8 @@
 // case-folded FNV-1a hash; the table has at least twice as many slots as headers.
 #include "ini_index.h"
 
+#include "ini_compat.h"
+
 #include <cstring>
 #include "kolib/memory.h"
 
@@ -32,8 +34,32 @@ uint32_t hashName(const char* text, uint32_t length) {
     return hash;
 }
 
+// Walks the header lines of the compatible reading: a section ends where the next one starts.
+template <typename Visit> void walkHeaderLines(const char* text, uint32_t length, Visit visit) {
+    const char* limit = text + length;
+    KoIniLine line;
+    const char *open = nullptr, *close = nullptr, *lastOpen = nullptr, *lastClose = nullptr;
+    for (const char* p = text; koIniNextLine(p, limit, &line); p = line.Next) {
+        if (!koIniHeaderLine(line, &open, &close)) continue;
+        if (lastOpen && !visit(static_cast<uint32_t>(lastOpen - text),
+                               static_cast<uint32_t>(lastClose - lastOpen) + 1,
+                               static_cast<uint32_t>(line.Start - text)))
+            return;
+        lastOpen = open;
+        lastClose = close;
+    }
+    if (lastOpen)
+        visit(static_cast<uint32_t>(lastOpen - text),
+              static_cast<uint32_t>(lastClose - lastOpen) + 1, length);
+}
+
 // Walks the headers the section search accepts, calling visit(start, length, end) for each.
-template <typename Visit> void walkHeaders(const char* text, uint32_t length, Visit visit) {
+template <typename Visit>
+void walkHeaders(const char* text, uint32_t length, bool compatible, Visit visit) {
+    if (compatible) {
+        walkHeaderLines(text, length, visit);
+        return;
+    }
     const char* limit = text + length;
     for (const char* p = text; p < limit;) {
         const char* open =
@@ -64,9 +90,9 @@ bool koIniSameName(const char* a, const char* b, uint32_t length) {
     return true;
 }
 
-KoIniSectionIndex* koIniBuildIndex(const char* text, uint32_t length) {
+KoIniSectionIndex* koIniBuildIndex(const char* text, uint32_t length, bool compatible) {
     uint32_t headers = 0;
-    walkHeaders(text, length,
+    walkHeaders(text, length, compatible,
                 [&](uint32_t, uint32_t, uint32_t) { return ++headers <= MAX_HEADERS; });
     if (headers > MAX_HEADERS) return nullptr;
     uint32_t slots = 16;
@@ -86,7 +112,7 @@ KoIniSectionIndex* koIniBuildIndex(const char* text, uint32_t length) {
         return nullptr;
     }
     uint32_t count = 0;
-    walkHeaders(text, length, [&](uint32_t start, uint32_t headerLength, uint32_t end) {
+    walkHeaders(text, length, compatible, [&](uint32_t start, uint32_t headerLength, uint32_t end) {
         uint32_t hash = hashName(text + start, headerLength);
         uint32_t slot = hash & index->Mask;
         for (; index->Slots[slot]; slot = (slot + 1) & index->Mask) {

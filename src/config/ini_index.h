@@ -10,8 +10,9 @@
 
 struct KoIniSectionIndex;
 
-// Builds the index of text[0, length); null when there is none (no memory, too many headers).
-KoIniSectionIndex* koIniBuildIndex(const char* text, uint32_t length);
+// Builds the index of text[0, length) for the strict or the compatible reading; null when there
+// is none (no memory, too many headers).
+KoIniSectionIndex* koIniBuildIndex(const char* text, uint32_t length, bool compatible);
 void koIniFreeIndex(KoIniSectionIndex* index);
 // The section with this header (brackets included): its "[" and its end (the next "[" or
 // the end of the text) as offsets. False when there is no such section.

@@ -13,6 +13,7 @@
 #include "kolib/ini_cache.h"
 #include "kolib/locate.h"
 #include "kolib/memory.h"
+#include "ini_compat.h"
 
 namespace {
 
@@ -55,19 +56,25 @@ unsigned refuseUnreadable(const char* section, const char* entry, const char* va
 unsigned KoIniFileCache::rewrite(KoFileReplace* replace, const char* prefix, const char* head,
                                  unsigned long headLength, const char* header, bool withHeader,
                                  bool lineFeedFirst, const char* newLine, const char* tail,
-                                 unsigned long tailLength) {
+                                 unsigned long tailLength, const char* lineEnd,
+                                 const char* newValueOnly) {
     FileMode = BOS_OPEN_CREATE | BOS_OPEN_WRITE | BOS_OPEN_LOCK_WRITE;
     if (replace->begin()) return 1;
+    unsigned long lineEndLength = std::strlen(lineEnd);
     unsigned failed = replace->write(head, headLength);
-    if (!failed && lineFeedFirst) failed = replace->write("\n", 1);
+    if (!failed && lineFeedFirst) failed = replace->write(lineEnd, lineEndLength);
     if (!failed && withHeader) {
         if (newLine && traced())
             std::printf("%s Section missing adding it.\n|->%s\n", prefix, header);
-        failed = replace->write(header, std::strlen(header)) || replace->write("\n", 1);
+        failed =
+            replace->write(header, std::strlen(header)) || replace->write(lineEnd, lineEndLength);
     }
     if (!failed && newLine) {
         if (traced()) std::printf("%s Entry missing adding it.\n|->%s\n", prefix, newLine);
-        failed = replace->write(newLine, std::strlen(newLine));
+        // A compatible update replaces the value alone: the name's spelling, the blanks
+        // around "=" and the line end stay as the file has them.
+        failed = newValueOnly ? replace->write(newValueOnly, std::strlen(newValueOnly))
+                              : replace->write(newLine, std::strlen(newLine));
     }
     if (!failed && tailLength) failed = replace->write(tail, tailLength);
     return failed ? 1 : replace->commit();
@@ -83,7 +90,7 @@ unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* en
     char* newLine = nullptr;
     if (entry && newValue) {
         std::size_t entryLength = std::strlen(entry), valueLength = std::strlen(newValue);
-        newLine = static_cast<char*>(ramMalloc(entryLength + valueLength + 3));
+        newLine = static_cast<char*>(ramMalloc(entryLength + valueLength + 4));
         if (newLine) {
             std::memcpy(newLine, entry, entryLength);
             newLine[entryLength] = '=';
@@ -101,6 +108,8 @@ unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* en
 
     unsigned result = 0;
     Semaphore.SemaphoreEnter();
+    // A compatible reading left a missing file alone: the first write creates it.
+    if (!isOpen() && Compatible && MissingName) openFile(MissingName, BOS_OPEN_CREATE_IF_MISSING);
     // Asked under the lock: another thread's reload closes the cache for a moment.
     if (!isOpen()) {
         Semaphore.SemaphoreExit();
@@ -130,33 +139,46 @@ unsigned KoIniFileCache::bosPutProfileString(const char* section, const char* en
         char* cut = limit; // the head is [text, cut)
         char* tail = limit;
         bool withHeader = !found && newLine;
+        const char* lineEnd = "\n";
+        const char* newValueOnly = nullptr;
+        if (Compatible) {
+            lineEnd = koIniLineEnding(text, limit);
+            if (newLine && lineEnd[0] == '\r') std::strcpy(std::strchr(newLine, '\n'), "\r\n");
+        }
         if (found && !entry) {
             if (trace) std::printf("%s Deleting section %s\n", PREFIX, header);
-            cut = start;
+            cut = Compatible ? const_cast<char*>(koIniLineStart(text, start)) : start;
             tail = end;
         } else if (found) {
-            char *position = start, *valueStart = nullptr, *valueEnd = nullptr;
-            if (findEntry(entry, end, &position, &valueStart, &valueEnd) == 0) {
+            char *lineStart = nullptr, *valueStart = nullptr, *valueEnd = nullptr,
+                 *lineNext = nullptr;
+            if (lookUpEntry(start, end, entry, &lineStart, &valueStart, &valueEnd, &lineNext) ==
+                0) {
                 if (trace)
                     std::printf("%s %s %s\n", PREFIX,
                                 newValue ? "Updating Entry Value with:" : "Deleting Entry:",
                                 newValue ? newValue : entry);
-                cut = position;
-                tail = valueEnd < limit ? valueEnd + 1 : limit;
+                cut = lineStart;
+                tail = lineNext;
+                if (Compatible && newValue) {
+                    cut = valueStart;
+                    tail = valueEnd;
+                    newValueOnly = newValue;
+                }
             } else if (newLine) {
                 // The header line is kept as it stands (its spelling, a carriage return) and
                 // the new entry goes right under it.
-                char* lineFeed = static_cast<char*>(
-                    std::memchr(start, '\n', static_cast<std::size_t>(limit - start)));
-                cut = tail = lineFeed ? lineFeed + 1 : limit;
+                KoIniLine headerLine;
+                koIniNextLine(Compatible ? koIniLineStart(text, start) : start, limit, &headerLine);
+                cut = tail = const_cast<char*>(headerLine.Next);
             }
             // Deleting a missing entry leaves cut and tail at the end: the same bytes again.
         }
         unsigned long headLength = static_cast<unsigned long>(cut - text);
-        bool inserting = newLine && (withHeader || cut == tail);
+        bool inserting = newLine && (withHeader || cut == tail) && !newValueOnly;
         bool lineFeedFirst = inserting && headLength && text[headLength - 1] != '\n';
         if (rewrite(&replace, PREFIX, text, headLength, header, withHeader, lineFeedFirst, newLine,
-                    tail, static_cast<unsigned long>(limit - tail)) == 0)
+                    tail, static_cast<unsigned long>(limit - tail), lineEnd, newValueOnly) == 0)
             result = 1;
         // Read the file back: what is cached must be what was written.
         FileDate = FileSize = 0;
