@@ -13,3 +13,7 @@ KO_API void ramFailFrom(long n);
 KO_API long ramAllocationCount();
 // Blocks allocated through the layer and not yet freed through it.
 KO_API long ramLiveBlocks();
+
+// Test hook of the temporary files: the next temporary file bosFileOpen makes is tried under
+// this base name (in the usual directory) before any random one; null cancels. One shot.
+KO_API void bosFixNextTempName(const char* name);
