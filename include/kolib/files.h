@@ -26,8 +26,8 @@ enum {
     BOS_OPEN_HOME = 0x0008,              // the name is relative to "HOME"
     BOS_OPEN_SEARCH = 0x0010,            // on failure look the name up along "PATH" once
     BOS_OPEN_LOCK_WRITE = 0x0020,        // with BOS_OPEN_WRITE: write-lock byte 1
-    BOS_OPEN_TEMP = 0x0040,              // make a temporary name; implies BOS_OPEN_CREATE
-    BOS_OPEN_TEMP_EXCL = 0x0080,         // never returns: the name step repeats without end
+    BOS_OPEN_TEMP = 0x0040,              // create a new temporary file (below)
+    BOS_OPEN_TEMP_EXCL = 0x0080,         // the same as BOS_OPEN_TEMP (which is exclusive)
     BOS_OPEN_NAME_ONLY = 0x0100,         // resolve the name only; the descriptor out is 0
     BOS_OPEN_CONFIG_NAME = 0x0200        // map the configuration-file names (below)
 };
@@ -40,7 +40,11 @@ enum {
 //   "ODBC_INI" or "KO_ODBC_INI" (drivers, when the home file is missing), by "KOLIB_INI" and
 //   "KO_SYSTEM_INI" (when the home file is missing). A data-source file that does not exist
 //   ends the process: "Can't find <path>" on standard error, exit status 255.
-// - BOS_OPEN_TEMP makes a "ko" name with tempnam (in "KO_TMPDIR" when set).
+// - BOS_OPEN_TEMP ignores the given name and creates a new file, read-write, mode 0600, under
+//   a fresh random name beginning with "ko" in "KO_TMPDIR", else "TMPDIR", else the system's
+//   temporary directory. The file is created exclusively and links are never followed; a
+//   missing or unwritable directory fails with the system error naming the directory. The
+//   home and configuration-name flags do not apply; the other flags are ignored.
 // - Every open except BOS_OPEN_CREATE_IF_MISSING read-locks byte 1 of the file; with
 //   BOS_OPEN_WRITE | BOS_OPEN_LOCK_WRITE it write-locks it, and fails while another process
 //   holds a read lock there.

@@ -36,9 +36,12 @@ public:
     // Reallocates to exactly CurSize + 1 bytes.
     unsigned trim();
 
-    void clear() { CurSize = 0; }
+    void clear() { CurSize = CurByteSize = 0; }
     unsigned clearAndSet(const KoSubString& text);
-    void setCurSize(unsigned long size) { CurSize = static_cast<uint32_t>(size); }
+    void setCurSize(unsigned long size) {
+        CurSize = static_cast<uint32_t>(size);
+        limitByteSize();
+    }
 
     // Writes a NUL at CurSize and returns Buf + offset.
     char* asCStr(unsigned long offset = 0);

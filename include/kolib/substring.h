@@ -66,10 +66,16 @@ public:
     char& operator[](unsigned long index) const { return Buf[index]; }
     // 0 for an empty view.
     unsigned char getLastChar() const;
+    // Shortening never leaves CurByteSize above CurSize, so it never covers bytes that a
+    // trimmed buffer no longer holds.
     void removeLastChar() {
         if (CurSize) --CurSize;
+        limitByteSize();
     }
-    void truncateAt(unsigned long length) { CurSize = static_cast<uint32_t>(length); }
+    void truncateAt(unsigned long length) {
+        CurSize = static_cast<uint32_t>(length);
+        limitByteSize();
+    }
     // Drops trailing characters that the C library classes as blanks.
     void rightBlankTrim();
 
@@ -98,11 +104,15 @@ public:
     // Sum of the upper-cased values of the first min(CurSize, 5) bytes: case-insensitive keys
     // hash alike.
     unsigned long hash() const;
+    void limitByteSize() {
+        if (CurByteSize > CurSize) CurByteSize = CurSize;
+    }
     // Appends an owned KoString per non-empty line to `array`; 1 on the first failure.
     unsigned getLines(KoArray* array) const;
 
     uint32_t CurSize;     // length in characters (bytes for narrow text)
-    uint32_t CurByteSize; // length in bytes; set with CurSize on initialisation only
+    uint32_t CurByteSize; // length in bytes; set with CurSize on initialisation and clearing,
+                          // lowered with it by shortening, not kept up by appends
     char* Buf;            // never owned by the view
     uint32_t DataIsWcs : 1;
 };

@@ -13,3 +13,13 @@ KO_API void ramFailFrom(long n);
 KO_API long ramAllocationCount();
 // Blocks allocated through the layer and not yet freed through it.
 KO_API long ramLiveBlocks();
+
+// Test hook of the temporary files: the next temporary file bosFileOpen makes is tried under
+// this base name (in the usual directory) before any random one; null cancels. One shot.
+KO_API void bosFixNextTempName(const char* name);
+
+// Test hook of LIKE matching: strLike (counted form) by the general character-wise matcher
+// alone, without the byte-wise shortcuts, so tests can compare the two.
+KO_API int strLikeGeneral(const char* text, unsigned long textLength, const char* pattern,
+                          unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
+                          unsigned char escape, unsigned caseSensitive, unsigned exactLength);

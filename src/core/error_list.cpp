@@ -10,8 +10,9 @@ KoErrorList::KoErrorList(void* owner, unsigned supportMultipleErrors)
       NextList(nullptr), AddressOfHeadPtr(nullptr), CurrentIndex(0) {
     stopSort();
     sortOnRequest();
-    // The slot array of 16 entries is taken at the first add (the default increment), so that
-    // constructing a list cannot fail.
+    // 16 slots up front. Should that allocation fail the list starts without slots and the
+    // first add grows it, so constructing a list never fails.
+    setInitialSize(16);
 }
 
 KoErrorList::~KoErrorList() {

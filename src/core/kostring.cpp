@@ -112,7 +112,7 @@ unsigned KoString::trim() {
 unsigned KoString::clearAndSet(const KoSubString& text) {
     if (inside(this, text.Buf)) { // a piece of this very string
         std::memmove(Buf, text.Buf, text.CurSize);
-        CurSize = text.CurSize;
+        CurSize = CurByteSize = text.CurSize;
         Buf[CurSize] = '\0';
         return 0;
     }

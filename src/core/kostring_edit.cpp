@@ -68,6 +68,7 @@ unsigned KoString::changeBytes(unsigned long offset, unsigned long oldLength, co
         std::memmove(Buf + offset + newLength, Buf + offset + oldLength, tail);
     if (text) std::memmove(Buf + offset, text, static_cast<uint16_t>(newLength));
     CurSize = static_cast<uint32_t>(CurSize - oldLength + newLength);
+    limitByteSize();
     Buf[CurSize] = '\0';
     return 0;
 }

@@ -141,6 +141,7 @@ unsigned char KoSubString::getLastChar() const {
 
 void KoSubString::rightBlankTrim() {
     while (CurSize && std::isspace(static_cast<unsigned char>(Buf[CurSize - 1]))) --CurSize;
+    limitByteSize();
 }
 
 unsigned long KoSubString::findChar(unsigned short ch, unsigned long from) const {

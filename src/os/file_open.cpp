@@ -1,7 +1,8 @@
 // bosFileOpen: the one place where names become open descriptors. The working path is built
-// in a local 1024-byte buffer: an optional temporary name, the configuration-file name rules
+// in a local 1024-byte buffer: the configuration-file name rules
 // (which redirect the ODBC files to the user's home directory or to the files named by the
 // environment), the create or open with its lock on byte 1, and one retry along "PATH".
+// Temporary files are made apart, in temp_file.cpp.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 #include "kolib/files.h"
 #include "kolib/frame.h"
 #include "kolib/locate.h"
+#include "os/temp_file.h"
 
 namespace {
 
@@ -99,21 +101,6 @@ bool redirect(char* path, ConfigKind kind) {
     }
 }
 
-// The temporary name: tempnam's choice with the prefix "ko", made again in "KO_TMPDIR" when
-// that is set. False when the name does not fit.
-bool temporaryName(char* name) {
-    char* made = tempnam(nullptr, "ko");
-    bool fits = made ? setPath(name, made) : setPath(name, "/tmpko");
-    std::free(made);
-    if (const char* dir = bosGetEnv("KO_TMPDIR")) {
-        made = tempnam(dir, "ko");
-        fits = made && setPath(name, made);
-        std::free(made);
-    }
-    if (traced()) std::printf("bosfopen: Temp File %s ", name);
-    return fits;
-}
-
 // A one-byte POSIX lock on byte 1, the library's "file in use" mark.
 bool lockByteOne(int fd, short type) {
     struct flock lock;
@@ -148,12 +135,13 @@ unsigned bosFileOpen(char* name, unsigned long flags, int* fd) {
     if (traced()) std::printf("bosfopen - File:%s\n", name);
     if (std::strlen(name) >= BOS_PATH_BUFFER_SIZE) return fail(fd, name, ENAMETOOLONG);
     if (flags & (BOS_OPEN_TEMP | BOS_OPEN_TEMP_EXCL)) {
-        // Intended: with BOS_OPEN_TEMP_EXCL the name step repeats without end; no caller
-        // passes that flag.
-        do {
-            if (!temporaryName(name)) return fail(fd, name, ENAMETOOLONG);
-            flags |= BOS_OPEN_CREATE;
-        } while (flags & BOS_OPEN_TEMP_EXCL);
+        // Every temporary file is created exclusively under a fresh name, so BOS_OPEN_TEMP_EXCL
+        // asks for nothing more than BOS_OPEN_TEMP. The given name and the home and
+        // configuration-name flags do not apply to a generated absolute path.
+        if (bosCreateTempFile(name, fd) != 0) return 1;
+        if (traced()) std::printf("bosfopen: Temp File %s ", name);
+        lockByteOne(*fd, F_RDLCK); // the result is deliberately ignored for a new file
+        return 0;
     }
     ConfigKind kind = KIND_NONE;
     if (flags & BOS_OPEN_CONFIG_NAME) {
@@ -176,7 +164,7 @@ unsigned bosFileOpen(char* name, unsigned long flags, int* fd) {
     }
 
     if (flags & BOS_OPEN_CREATE) {
-        int mode = O_RDWR | O_CREAT | ((flags & BOS_OPEN_TEMP_EXCL) ? O_EXCL : 0);
+        int mode = O_RDWR | O_CREAT;
         // "Anew" means anew: an old file that cannot be deleted (a read-only directory, say)
         // would otherwise be opened with its old contents, so that is a failure.
         if (unlink(path) != 0 && errno != ENOENT) return fail(fd, name, errno);

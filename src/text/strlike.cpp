@@ -4,43 +4,23 @@
 // absorb everything a later attempt skips. Characters are taken whole (multi-byte ones byte
 // for byte); counted texts are never read beyond their lengths.
 //
+// Most calls never get here: the segment matcher (strlike_segments.cpp) answers byte-wise
+// whenever that gives the same answer, and hands the rest to this matcher.
+//
 // Speed: when the pattern resumes with a literal byte, the text positions that cannot start a
 // match are skipped eight bytes at a time (a byte-parallel test for "non-ASCII or one of the
 // literal's case variants"); the skip visits exactly the positions the plain back-track would
 // try and reject. Case folding reads the C library's upper-case table once per call.
 #include <cstdint>
 #include <cstring>
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 #include "kolib/strlike.h"
+#include "kolib/testing.h"
+#include "text/strlike_internal.h"
 #include "text/text_chars.h"
 
 using namespace kotext;
 
 namespace {
-
-// toupper as a table lookup, valid for every unsigned char.
-class UpperTable {
-public:
-    UpperTable() {
-#ifdef __GLIBC__
-        Table = *__ctype_toupper_loc();
-#endif
-    }
-    unsigned char operator()(unsigned char c) const {
-#ifdef __GLIBC__
-        return static_cast<unsigned char>(Table[c]);
-#else
-        return upperByte(c);
-#endif
-    }
-
-private:
-#ifdef __GLIBC__
-    const int32_t* Table = nullptr;
-#endif
-};
 
 // The end of a counted text is its length; the end of a terminated text is its NUL.
 struct Counted {
@@ -70,44 +50,13 @@ struct Terminated {
     bool Known = false;
 };
 
-// From t, skips the bytes among the next `readable` that are ASCII and neither a nor b, as far
-// as whole blocks allow; returns the first position that needs a closer look.
-inline unsigned long skipPlain(const unsigned char* s, unsigned long t, unsigned long readable,
-                               unsigned char a, unsigned char b) {
-    const unsigned long end = t + readable;
-#ifdef __SSE2__
-    const __m128i va = _mm_set1_epi8(static_cast<char>(a));
-    const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
-    while (end - t >= 16) {
-        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t));
-        __m128i hit = _mm_or_si128(v, _mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb)));
-        if (int mask = _mm_movemask_epi8(hit))
-            return t + static_cast<unsigned>(__builtin_ctz(mask));
-        t += 16;
-    }
-#endif
-    const uint64_t ones = 0x0101010101010101ULL, highs = 0x8080808080808080ULL;
-    const uint64_t wa = ones * a, wb = ones * b;
-    while (end - t >= 8) {
-        uint64_t w;
-        std::memcpy(&w, s + t, 8);
-        uint64_t xa = w ^ wa, xb = w ^ wb;
-        uint64_t flags = (w | ((xa - ones) & ~xa) | ((xb - ones) & ~xb)) & highs;
-        // The lowest flagged byte is exact (borrows only spill upwards); little-endian only.
-        if (flags)
-            return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? t + __builtin_ctzll(flags) / 8 : t;
-        t += 8;
-    }
-    return t;
-}
-
 template <typename TextEnd, typename PatternEnd> class Matcher {
 public:
     Matcher(const unsigned char* text, TextEnd textEnd, const unsigned char* pattern,
             PatternEnd patternEnd, unsigned char anyMany, unsigned char anyOne,
-            unsigned char escape, bool ci)
+            unsigned char escape, bool ci, LazyCharMode mode)
         : T(text), TE(textEnd), P(pattern), PE(patternEnd), AnyMany(anyMany), AnyOne(anyOne),
-          Escape(escape), Ci(ci) {}
+          Escape(escape), Ci(ci), Mode(mode) {}
 
     int run();
 
@@ -235,6 +184,22 @@ inline unsigned long withoutTrailingBlanks(const char* s, unsigned long length) 
     return length;
 }
 
+// Both lengths as given, after the blank trimming of exactLength 0.
+int likeCounted(const char* text, unsigned long textLength, const char* pattern,
+                unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
+                unsigned char escape, unsigned caseSensitive, bool bySegments) {
+    LazyCharMode mode;
+    if (bySegments) {
+        int r = likeBySegments(bytes(text), textLength, bytes(pattern), patternLength, anyMany,
+                               anyOne, escape, caseSensitive == 0, mode);
+        if (r >= 0) return r;
+    }
+    Matcher<Counted, Counted> m(bytes(text), Counted{textLength}, bytes(pattern),
+                                Counted{patternLength}, anyMany, anyOne, escape, caseSensitive == 0,
+                                mode);
+    return m.run();
+}
+
 } // namespace
 
 int strLike(const char* text, unsigned long textLength, const char* pattern,
@@ -246,10 +211,8 @@ int strLike(const char* text, unsigned long textLength, const char* pattern,
         textLength = withoutTrailingBlanks(text, textLength);
         patternLength = withoutTrailingBlanks(pattern, patternLength);
     }
-    Matcher<Counted, Counted> m(bytes(text), Counted{textLength}, bytes(pattern),
-                                Counted{patternLength}, anyMany, anyOne, escape,
-                                caseSensitive == 0);
-    return m.run();
+    return likeCounted(text, textLength, pattern, patternLength, anyMany, anyOne, escape,
+                       caseSensitive, true);
 }
 
 int strLike(const char* text, const char* pattern, unsigned char anyMany, unsigned char anyOne,
@@ -259,10 +222,27 @@ int strLike(const char* text, const char* pattern, unsigned char anyMany, unsign
     if (!exactLength)
         return strLike(text, std::strlen(text), pattern, std::strlen(pattern), anyMany, anyOne,
                        escape, caseSensitive, 0);
+    LazyCharMode mode;
+    int r = likeBySegments(bytes(text), bytes(pattern), anyMany, anyOne, escape, caseSensitive == 0,
+                           mode);
+    if (r >= 0) return r;
     // Exact lengths need no length up front: walk to the NULs.
     Matcher<Terminated, Terminated> m(bytes(text), Terminated{}, bytes(pattern), Terminated{},
-                                      anyMany, anyOne, escape, caseSensitive == 0);
+                                      anyMany, anyOne, escape, caseSensitive == 0, mode);
     return m.run();
+}
+
+int strLikeGeneral(const char* text, unsigned long textLength, const char* pattern,
+                   unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
+                   unsigned char escape, unsigned caseSensitive, unsigned exactLength) {
+    if (!text) textLength = 0;
+    if (!pattern) patternLength = 0;
+    if (!exactLength) {
+        textLength = withoutTrailingBlanks(text, textLength);
+        patternLength = withoutTrailingBlanks(pattern, patternLength);
+    }
+    return likeCounted(text, textLength, pattern, patternLength, anyMany, anyOne, escape,
+                       caseSensitive, false);
 }
 
 int isCharEqual(const char* a, const char* b, unsigned short caseSensitive) {

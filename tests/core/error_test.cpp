@@ -210,8 +210,6 @@ TEST_F(MultiErrorList, OperatingSystemErrors) {
 // Walk an allocation failure over every allocation that adding an error makes: each run
 // either adds the complete error or hands back the dummy, and nothing leaks.
 TEST_F(MultiErrorList, AllocationFailureWhileAdding) {
-    addError(1, "warm-up"); // the list's slot array stays allocated once made
-    KoErrorKeeper::clearAllErrors();
     long baseline = ramLiveBlocks();
     for (long n = 1; n < 50; ++n) {
         ramFailAfter(n);
@@ -232,4 +230,18 @@ TEST_F(MultiErrorList, AllocationFailureWhileAdding) {
         EXPECT_EQ(ramLiveBlocks(), baseline) << "after failing allocation " << n;
         ASSERT_LT(n, 49) << "adding an error never succeeded";
     }
+}
+
+// A new list has its 16 slots; when they cannot be had it starts empty and grows on demand.
+TEST(ErrorListSlots, SixteenUpFrontOrLater) {
+    EXPECT_EQ(KoErrorList(nullptr, 1).getSizeOfArray(), 16u);
+    ramFailAfter(1);
+    KoErrorList list(nullptr, 1);
+    ramFailAfter(0);
+    EXPECT_EQ(list.getSizeOfArray(), 0u);
+    list.pushOnErrorKeeper();
+    for (int i = 0; i < 20; ++i) addError(1509, "x");
+    EXPECT_EQ(list.getCount(), 20u);
+    EXPECT_GE(list.getSizeOfArray(), 20u);
+    list.popOffErrorKeeper();
 }

@@ -264,3 +264,31 @@ TEST(KoStringMemory, EveryGrowingOperationSurvivesFailure) {
     p << "second"; // skipped after the failure
     EXPECT_EQ(std::string(p.asCStr()), "value %s1 and %s2");
 }
+
+// The byte size follows clearing and shortening, so the wide view's byte comparison in
+// compareCi never reads past a trimmed buffer; appends leave it where it was.
+TEST(KoSubStringView, ByteSizeFollowsClearingAndShortening) {
+    KoString cleared, empty, cut, hello;
+    ASSERT_EQ(cleared.initialize("HELLO WORLD"), 0u);
+    ASSERT_EQ(empty.initialize(""), 0u);
+    ASSERT_EQ(cut.initialize("Hello world"), 0u);
+    ASSERT_EQ(hello.initialize("hello"), 0u);
+    for (KoString* s : {&cleared, &empty, &cut, &hello}) s->setDataAsWcs();
+    cleared.clear();
+    ASSERT_EQ(cleared.trim(), 0u); // one byte of buffer left
+    EXPECT_EQ(cleared.getByteSize(), 0u);
+    EXPECT_EQ(cleared.compareCi(empty), 0);
+    cut.truncateAt(5);
+    ASSERT_EQ(cut.trim(), 0u);
+    EXPECT_EQ(cut.getByteSize(), 5u);
+    EXPECT_EQ(cut.compareCi(hello), 0);
+    cut.removeLastChar();
+    EXPECT_EQ(cut.getByteSize(), 4u);
+    ASSERT_EQ(cut.concat("p!"), 0u);
+    EXPECT_EQ(cut.getByteSize(), 4u);                            // appends do not keep it up
+    ASSERT_EQ(cut.clearAndSet(KoSubString(cut.Buf + 1, 3)), 0u); // in place: "ell"
+    EXPECT_STREQ(cut.asCStr(), "ell");
+    EXPECT_EQ(cut.getByteSize(), 3u);
+    ASSERT_EQ(cut.clearAndSet(KoSubString("other")), 0u); // cleared, then appended
+    EXPECT_EQ(cut.getByteSize(), 0u);
+}

@@ -1,5 +1,5 @@
-// bosFileOpen: the configuration-name table, the fatal missing data-source file, temporary
-// names, the lock on byte 1 between processes, descriptor 0, the search retry and long names.
+// bosFileOpen: the configuration-name table, the fatal missing data-source file, the lock on byte 1
+// between processes, descriptor 0, the search retry and long names.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -100,19 +100,6 @@ TEST(FileOpen, MissingDataSourceFileEndsTheProcess) {
     });
     EXPECT_EQ(child.Status, 255);
     EXPECT_EQ(child.Out, "Can't find " + home.at("ODBC.INI") + "\n");
-}
-
-TEST(FileOpen, TemporaryFilesAreCreatedInKoTmpDir) {
-    Home home;
-    kotest::EnvGuard tmp("KO_TMPDIR", home.Dir.path().c_str());
-    char name[BOS_PATH_BUFFER_SIZE] = "ignored";
-    int fd = 0;
-    ASSERT_EQ(bosFileOpen(name, BOS_OPEN_TEMP, &fd), 0u);
-    EXPECT_GT(fd, 0);
-    EXPECT_EQ(std::string(name).rfind(home.at("ko"), 0), 0u) << name;
-    EXPECT_EQ(bosFileWrite(fd, -1, "abc", 3), 0u);
-    bosFileClose(fd);
-    EXPECT_EQ(bosfattr(name), unsigned(BOS_FATTR_FILE));
 }
 
 TEST(FileOpen, AReaderOfByteOneKeepsTheWriteLockerOut) {

@@ -69,6 +69,10 @@ TEST(MbChar, LocaleModeAndCounting) {
     kotest::EdgeBuffer cut("ab\xC3");
     EXPECT_EQ(2u, koCharLen(u(cut.data()), 3));
     EXPECT_EQ(1u, koCharLast(u(cut.data()), 3));
+    kotest::EdgeBuffer plain("xyz");
+    EXPECT_EQ(3u, koCharLen(u(plain.data()), 3));
+    EXPECT_EQ(2u, koCharLast(u(plain.data()), 3));
+    koCharLast(u(edge.data()), 3); // only that it stays inside
 }
 
 TEST(MbChar, CharacterTestsAndCaseChanges) {

@@ -6,8 +6,10 @@
 #include <cctype>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "kolib/strlike.h"
+#include "kolib/testing.h"
 #include "text_test_support.h"
 
 namespace {
@@ -136,3 +138,70 @@ TEST(StrLike, MultiByteCharactersMatchWhole) {
 }
 
 } // namespace
+
+namespace {
+
+// Random texts and patterns over an alphabet that holds the wild cards, the escape, blanks,
+// case pairs and bytes of 0x80 and above (parts of two- and three-byte sequences and stray
+// bytes), in counted and terminated form, for several wild-card choices.
+void compareWithGeneralMatcher(unsigned seed, int rounds) {
+    std::mt19937 rng(seed);
+    const std::vector<std::string> pieces = {"a",
+                                             "b",
+                                             "A",
+                                             "B",
+                                             "i",
+                                             "I",
+                                             "%",
+                                             "_",
+                                             "\\",
+                                             " ",
+                                             "*",
+                                             "?",
+                                             "!",
+                                             "\xC3\xA9",
+                                             "\xC3",
+                                             "\xA9",
+                                             "\xE2\x82\xAC",
+                                             "\xFF",
+                                             "\xA7"};
+    struct Specials {
+        unsigned char AnyMany, AnyOne, Escape;
+    };
+    const Specials specials[] = {
+        {'%', '_', '\\'}, {'*', '?', '!'}, {'%', '_', '%'}, {'%', '%', '\\'}, {0xA7, '_', 0xA9}};
+    for (int round = 0; round < rounds; ++round) {
+        std::string text, pattern;
+        int tl = rng() % (round % 8 ? 12 : 90), pl = rng() % 9;
+        while (static_cast<int>(text.size()) < tl)
+            text += pieces[rng() % 7 == 0 ? rng() % 19 : rng() % 6];
+        while (static_cast<int>(pattern.size()) < pl) pattern += pieces[rng() % 19];
+        // Often make the pattern a piece of the text, so that matches are common.
+        if (round % 3 == 0 && !text.empty()) {
+            size_t from = rng() % text.size();
+            pattern = "%" + text.substr(from, rng() % 6) + (rng() % 2 ? "%" : "");
+        }
+        const Specials& s = specials[round % 5];
+        unsigned caseSensitive = round % 2, exact = (round / 2) % 2;
+        int expected = strLikeGeneral(text.data(), text.size(), pattern.data(), pattern.size(),
+                                      s.AnyMany, s.AnyOne, s.Escape, caseSensitive, exact);
+        ASSERT_EQ(expected, strLike(text.data(), text.size(), pattern.data(), pattern.size(),
+                                    s.AnyMany, s.AnyOne, s.Escape, caseSensitive, exact))
+            << "[" << text << "] LIKE [" << pattern << "] specials " << round % 5;
+        ASSERT_EQ(expected, strLike(text.c_str(), pattern.c_str(), s.AnyMany, s.AnyOne, s.Escape,
+                                    caseSensitive, exact))
+            << "[" << text << "] LIKE [" << pattern << "] terminated, specials " << round % 5;
+    }
+}
+
+} // namespace
+
+// The byte-wise shortcuts give the general matcher's answer in every character mode.
+TEST(StrLike, ShortcutsAgreeWithTheGeneralMatcher) {
+    compareWithGeneralMatcher(1, 60000);
+    kotest::LocaleGuard utf8("C.utf8");
+    ASSERT_TRUE(utf8.Ok);
+    compareWithGeneralMatcher(2, 60000);
+    kotest::Utf8Mode mode;
+    compareWithGeneralMatcher(3, 60000);
+}

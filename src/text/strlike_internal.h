@@ -1,0 +1,81 @@
+// Private pieces of LIKE matching shared by the general matcher (strlike.cpp) and the segment
+// matcher (strlike_segments.cpp): the upper-case table, the block-wise byte skip, and the
+// segment matcher's entry point.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+#include "text/text_chars.h"
+
+namespace kotext {
+
+// toupper as a table lookup, valid for every unsigned char.
+class UpperTable {
+public:
+    UpperTable() {
+#ifdef __GLIBC__
+        Table = *__ctype_toupper_loc();
+#endif
+    }
+    unsigned char operator()(unsigned char c) const {
+#ifdef __GLIBC__
+        return static_cast<unsigned char>(Table[c]);
+#else
+        return upperByte(c);
+#endif
+    }
+
+private:
+#ifdef __GLIBC__
+    const int32_t* Table = nullptr;
+#endif
+};
+
+// From t, skips the bytes among the next `readable` that are ASCII and neither a nor b, as far
+// as whole blocks allow; returns the first position that needs a closer look.
+inline unsigned long skipPlain(const unsigned char* s, unsigned long t, unsigned long readable,
+                               unsigned char a, unsigned char b) {
+    const unsigned long end = t + readable;
+#ifdef __SSE2__
+    const __m128i va = _mm_set1_epi8(static_cast<char>(a));
+    const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
+    while (end - t >= 16) {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t));
+        __m128i hit = _mm_or_si128(v, _mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb)));
+        if (int mask = _mm_movemask_epi8(hit))
+            return t + static_cast<unsigned>(__builtin_ctz(mask));
+        t += 16;
+    }
+#endif
+    const uint64_t ones = 0x0101010101010101ULL, highs = 0x8080808080808080ULL;
+    const uint64_t wa = ones * a, wb = ones * b;
+    while (end - t >= 8) {
+        uint64_t w;
+        std::memcpy(&w, s + t, 8);
+        uint64_t xa = w ^ wa, xb = w ^ wb;
+        uint64_t flags = (w | ((xa - ones) & ~xa) | ((xb - ones) & ~xb)) & highs;
+        // The lowest flagged byte is exact (borrows only spill upwards); little-endian only.
+        if (flags)
+            return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? t + __builtin_ctzll(flags) / 8 : t;
+        t += 8;
+    }
+    return t;
+}
+
+// Decides a LIKE match byte by byte where that gives the character-wise answer: the pattern
+// is split at its anyMany runs into segments of literal bytes and anyOne places; the first
+// segment is anchored at the start, the last at the end, those between are found leftmost.
+// Works when every character involved is one byte: a single-byte locale, or pattern and the
+// text bytes that decide all below 0x80. Returns 1 (match), 0 (no match) or -1 when the
+// general matcher must decide.
+int likeBySegments(const unsigned char* text, unsigned long textLength,
+                   const unsigned char* pattern, unsigned long patternLength, unsigned char anyMany,
+                   unsigned char anyOne, unsigned char escape, bool ci, LazyCharMode& mode);
+// The same for NUL-terminated text and pattern.
+int likeBySegments(const unsigned char* text, const unsigned char* pattern, unsigned char anyMany,
+                   unsigned char anyOne, unsigned char escape, bool ci, LazyCharMode& mode);
+
+} // namespace kotext
