@@ -49,6 +49,7 @@
 #include "kolib/substring.h"
 #include "kolib/thread.h"
 #include "kolib/tmp_file.h"
+#include "kolib/tree.h"
 #include "kolib/token.h"
 #include "kolib/tokenizer.h"
 #include "kolib/typed_arrays.h"
