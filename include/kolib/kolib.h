@@ -41,6 +41,7 @@
 #include "kolib/semaphore.h"
 #include "kolib/seq_dictionary.h"
 #include "kolib/set.h"
+#include "kolib/shared_file.h"
 #include "kolib/shared_library.h"
 #include "kolib/sorted_array.h"
 #include "kolib/strcompare.h"
