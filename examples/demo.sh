@@ -68,3 +68,14 @@ cp -R "$here/home/." "$home/"
     cat "$HOME/.odbc.ini"
 )
 rm -rf "$home"
+
+echo "== A B-tree in the temporary store: 1,000 keys stay in memory, 50,000 spill (in a scratch KO_TMPDIR)"
+spill=$(mktemp -d)
+(
+    export KO_TMPDIR="$spill"
+    run tree 1000
+    run tree 50000
+    echo "\$ ls \$KO_TMPDIR   (the spill file is gone with its tree)"
+    ls "$spill"
+)
+rm -rf "$spill"

@@ -13,3 +13,4 @@ int cmdGet(int argc, char** argv);
 int cmdSet(int argc, char** argv);
 int cmdDelete(int argc, char** argv);
 int cmdGrammarParse(int argc, char** argv);
+int cmdTree(int argc, char** argv);

@@ -27,6 +27,7 @@ const Command COMMANDS[] = {
     {"delete", cmdDelete, "delete FILE SECTION [ENTRY]", "delete an entry or a whole section"},
     {"parse", cmdGrammarParse, "parse GRAMMAR KEYWORDS TEXT",
      "the reduction tree of TEXT under a grammar file, or where it fails"},
+    {"tree", cmdTree, "tree N", "a B-tree of N random keys, walked, half deleted, checked"},
 };
 
 int usage(FILE* out) {
