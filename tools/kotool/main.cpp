@@ -25,6 +25,8 @@ const Command COMMANDS[] = {
     {"get", cmdGet, "get FILE SECTION [ENTRY]", "a profile value (no entry: the entry names)"},
     {"set", cmdSet, "set FILE SECTION ENTRY VALUE", "write a profile value"},
     {"delete", cmdDelete, "delete FILE SECTION [ENTRY]", "delete an entry or a whole section"},
+    {"check", cmdCheck, "check [FILE|NAME]",
+     "lines of a configuration file that the strict rules read differently"},
     {"parse", cmdGrammarParse, "parse GRAMMAR KEYWORDS TEXT",
      "the reduction tree of TEXT under a grammar file, or where it fails"},
 };
