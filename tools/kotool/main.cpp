@@ -34,6 +34,9 @@ const Command COMMANDS[] = {
 int usage(FILE* out) {
     std::fprintf(out, "usage: kotool COMMAND [ARGS]\n\ncommands:\n");
     for (const Command& c : COMMANDS) std::fprintf(out, "  %-28s %s\n", c.Usage, c.Help);
+    std::fprintf(out, "\nexit status: 0 done, 1 failed or a negative answer (no match, not\n"
+                      "found, lines found by check), 2 usage error (check and parse: also a\n"
+                      "file that cannot be read)\n");
     return out == stderr ? 2 : 0;
 }
 } // namespace
