@@ -26,7 +26,7 @@ int checkFile(const char* name, bool optional) {
     }
     struct stat info;
     if (optional && stat(path.c_str(), &info) != 0) {
-        std::printf("%s: does not exist, not checked\n", path.c_str());
+        std::printf("%s: does not exist (%s resolves there), not checked\n", path.c_str(), name);
         return 0;
     }
     std::string text, why;
