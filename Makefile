@@ -4,22 +4,29 @@ ASAN_BUILD ?= build-asan
 TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-bench
 M32_BUILD  ?= build-m32
+RELEASE_BUILD ?= build-release
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX     ?= /usr/local
 
-.PHONY: all build demo test check check-asan check-tsan check-m32 bench install clean format
+.PHONY: all configure build demo test check check-asan check-tsan check-m32 bench install clean format
 
 all: build
 
-build:
+# The tests are configured when GoogleTest is found; without it configuring says so and goes on.
+configure:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKOLIB_BENCH=OFF >/dev/null
+
+build: configure
 	cmake --build $(BUILD) -j $(JOBS)
 
-demo: build
+# The demo builds the library, its catalogue and kotool only: not the tests.
+demo: configure
+	cmake --build $(BUILD) -j $(JOBS) --target kotool
 	@sh examples/demo.sh $(BUILD)
 
+# --no-tests=error: a build without GoogleTest fails here instead of passing with no tests.
 test: build
-	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+	cd $(BUILD) && ctest --output-on-failure --no-tests=error -j $(JOBS)
 
 # AddressSanitizer and UndefinedBehaviorSanitizer over every test, then ThreadSanitizer.
 check: check-asan check-tsan
@@ -55,11 +62,15 @@ bench:
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
 	@for b in $(BENCH_BUILD)/bin/bench_*; do echo "== $$b"; LD_LIBRARY_PATH=$(BENCH_BUILD)/lib $$b; done
 
-install: build
-	cmake --install $(BUILD) --prefix $(PREFIX)
+# A release build of its own: no tests, no benchmarks, no allocation-failure hooks exported.
+install:
+	cmake -S . -B $(RELEASE_BUILD) -DCMAKE_BUILD_TYPE=Release -DKOLIB_TESTS=OFF \
+	  -DKOLIB_BENCH=OFF >/dev/null
+	cmake --build $(RELEASE_BUILD) -j $(JOBS)
+	cmake --install $(RELEASE_BUILD) --prefix $(PREFIX)
 
 format:
 	find include src tests tools bench examples -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD) $(RELEASE_BUILD)

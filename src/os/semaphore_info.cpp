@@ -5,7 +5,9 @@
 // within a task come from one thread at a time. The first allocation, normally the library's
 // own static semaphore at load, reads the environment for the whole process.
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include "kolib/files.h"
@@ -28,6 +30,18 @@ template <typename T> void readSetting(const char* name, const char* format, T* 
     const char* text = bosGetEnv(name);
     T read;
     if (text && std::sscanf(text, format, &read) == 1) *value = read;
+}
+
+// "KO_SPIN_COUNT": a decimal count of tries; 0 counts as 1 (no tries at all would never take
+// the lock), and anything that is not a whole non-negative number leaves the default.
+void readSpinCount(int* value) {
+    const char* text = bosGetEnv("KO_SPIN_COUNT");
+    if (!text || *text < '0' || *text > '9') return;
+    char* end = nullptr;
+    errno = 0;
+    long count = std::strtol(text, &end, 10);
+    if (*end || errno || count > INT_MAX) return;
+    *value = count ? static_cast<int>(count) : 1;
 }
 
 // The task's info object, made on first use; null if it cannot be made.
@@ -59,7 +73,7 @@ void KoSemaphoreInfo::initialize() {
     int spinCount = KO_SEM_DEFAULT_SPIN_COUNT;
     int yieldTime = 0;
     unsigned long control = 0;
-    readSetting("KO_SPIN_COUNT", "%d", &spinCount);
+    readSpinCount(&spinCount);
     readSetting("KO_SPIN_SLEEP", "%d", &yieldTime);
     readSetting("KO_SEMCONTROL", "%lx", &control);
     SpinCount = static_cast<uint32_t>(spinCount);

@@ -2,8 +2,10 @@
 // threads. A spin lock sleeps a whole second after a failed try, so its tests stay small.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
+#include "child_process.h"
 #include "kolib/critical_section.h"
 #include "kolib/frame.h"
 #include "kolib/semaphore.h"
@@ -137,4 +139,37 @@ TEST(Semaphore, AllocationFailuresLeaveNoLeaks) {
     delete unlisted;
     EXPECT_EQ(ramLiveBlocks(), live);
     for (KoSemaphore* semaphore : filler) delete semaphore;
+}
+
+// "KO_SPIN_COUNT" is read once, at load: each setting runs in a fresh copy of this program. The
+// scenario prints the count in use, then takes a held spin lock from a second thread.
+KO_CHILD_SCENARIO(ContendedSpinLock) {
+    KoSemaphoreInfo* info = bosGetPTaskSemInfo();
+    CHILD_CHECK(info != nullptr);
+    std::printf("spin count %lu\n", static_cast<unsigned long>(info->SpinCount));
+    KoSemaphore lock(nullptr, nullptr);
+    lock.SemaphoreEnter();
+    std::atomic<bool> waiting{false}, taken{false};
+    std::thread waiter([&] {
+        waiting = true;
+        lock.SemaphoreEnter();
+        taken = true;
+        lock.SemaphoreExit();
+    });
+    while (!waiting) std::this_thread::yield();
+    lock.SemaphoreExit();
+    waiter.join();
+    CHILD_CHECK(taken);
+    return 0;
+}
+
+TEST(Semaphore, SpinCountZeroOrNotANumber) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"0", "spin count 1\n"}, {"7x", "spin count 25\n"}, {"-3", "spin count 25\n"}};
+    for (const auto& c : cases) {
+        kotest::ChildResult child =
+            kotest::runScenario("ContendedSpinLock", {{"KO_SPIN_COUNT", c.first}});
+        EXPECT_EQ(child.Status, 0) << c.first << "\n" << child.Out;
+        EXPECT_EQ(child.Out, c.second) << c.first;
+    }
 }

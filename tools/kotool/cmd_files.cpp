@@ -4,9 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include "commands.h"
+#include "config_file.h"
 #include "kolib/files.h"
 #include "kolib/locate.h"
 
@@ -15,41 +14,6 @@ namespace {
 const char* const VARIABLES[] = {"HOME",        "ODBCINI",   "ODBC_INI",
                                  "KO_ODBC_INI", "KOLIB_INI", "KO_SYSTEM_INI"};
 const char* const NAMES[] = {"ODBC.INI", "ODBCINST.INI", ".kolib.ini", ".system.defaults"};
-
-// Resolves one name in a child process: a missing data-source file ends the process that
-// resolves it, and the tool should live on to report the others.
-bool resolve(const char* name, std::string& path, bool& fatal) {
-    int fds[2];
-    if (pipe(fds) != 0) return false;
-    std::fflush(nullptr);
-    pid_t pid = fork();
-    if (pid == 0) {
-        dup2(fds[1], 1);
-        dup2(fds[1], 2);
-        close(fds[0]);
-        char buffer[BOS_PATH_BUFFER_SIZE];
-        std::snprintf(buffer, sizeof buffer, "%s", name);
-        int fd = 0;
-        unsigned failed = bosFileOpen(buffer, BOS_OPEN_CONFIG_NAME | BOS_OPEN_NAME_ONLY, &fd);
-        std::fputs(buffer, stdout);
-        std::fflush(stdout);
-        _exit(failed ? 1 : 0);
-    }
-    close(fds[1]);
-    path.clear();
-    char chunk[512];
-    for (ssize_t n; (n = read(fds[0], chunk, sizeof chunk)) > 0;) path.append(chunk, n);
-    close(fds[0]);
-    int status = 0;
-    if (pid < 0 || waitpid(pid, &status, 0) != pid || !WIFEXITED(status)) return false;
-    fatal = WEXITSTATUS(status) == 255;
-    if (fatal) { // "Can't find PATH\n"
-        const char* prefix = "Can't find ";
-        if (path.compare(0, std::strlen(prefix), prefix) == 0) path.erase(0, std::strlen(prefix));
-        if (!path.empty() && path.back() == '\n') path.pop_back();
-    }
-    return WEXITSTATUS(status) == 0 || fatal;
-}
 
 } // namespace
 
@@ -68,7 +32,7 @@ int cmdFiles(int argc, char**) {
     for (const char* name : NAMES) {
         std::string path;
         bool fatal = false;
-        if (!resolve(name, path, fatal)) {
+        if (!resolveConfigName(name, &path, &fatal)) {
             std::printf("  %-16s (cannot be resolved)\n", name);
             status = 1;
             continue;

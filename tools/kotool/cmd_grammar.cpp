@@ -2,6 +2,8 @@
 // line, "1000 goal ::= ...") with a keyword file ("SELECT 100" a line), parses TEXT and
 // prints the reduction tree with production names, or where the parse failed and what was
 // expected there. Blank lines and lines starting with "#" are skipped in both files.
+// Exit status: 0 parsed, 1 the text does not parse, 2 usage error or a grammar or keyword file
+// that cannot be read or compiled.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -25,7 +27,7 @@ void addEntry(std::string& packed, const std::string& text, long number) {
 bool loadTable(const char* path, bool numberFirst, std::string* packed) {
     std::ifstream in(path);
     if (!in) {
-        std::fprintf(stderr, "kotool: cannot read %s\n", path);
+        std::fprintf(stderr, "kotool parse: error: cannot read %s\n", path);
         return false;
     }
     std::string line;
@@ -43,7 +45,7 @@ bool loadTable(const char* path, bool numberFirst, std::string* packed) {
         const std::string& numberText = numberFirst ? first : rest;
         long number = std::strtol(numberText.c_str(), &end, 10);
         if (numberText.empty() || *end || rest.empty()) {
-            std::fprintf(stderr, "kotool: %s:%d: expected %s\n", path, lineNo,
+            std::fprintf(stderr, "kotool parse: error: %s:%d: expected %s\n", path, lineNo,
                          numberFirst ? "NUMBER PRODUCTION" : "KEYWORD NUMBER");
             return false;
         }
@@ -120,7 +122,7 @@ int cmdGrammarParse(int argc, char** argv) {
     if (!loadTable(argv[1], true, &grammar) || !loadTable(argv[2], false, &keywords)) return 2;
     PrintingParser parser(grammar, keywords);
     if (!parser.isOK()) {
-        std::fprintf(stderr, "kotool: the grammar in %s does not compile\n", argv[1]);
+        std::fprintf(stderr, "kotool parse: error: the grammar in %s does not compile\n", argv[1]);
         return 2;
     }
     KoReduction* tree = nullptr;

@@ -2,6 +2,7 @@
 // comments, bracket and paren groups recognised.
 // kotool connstr [-s SEPARATOR] STRING: the KEY=value pairs of an attribute string, one a
 // line, then the string rebuilt from them; or the worded error (with its offset).
+// Exit status: 0 parsed, 1 the string has an error, 2 usage error.
 #include <cstdio>
 #include <cstring>
 #include "commands.h"
@@ -113,11 +114,11 @@ int cmdTokens(int argc, char** argv) {
 int cmdConnstr(int argc, char** argv) {
     char separator = ';';
     int first = 1;
-    if (argc > 2 && !std::strcmp(argv[1], "-s") && std::strlen(argv[2]) == 1) {
-        separator = argv[2][0];
+    if (argc > 1 && !std::strcmp(argv[1], "-s")) {
+        if (argc > 2 && std::strlen(argv[2]) == 1) separator = argv[2][0];
         first = 3;
     }
-    if (argc - first != 1) {
+    if (argc - first != 1 || (first == 3 && std::strlen(argv[2]) != 1)) {
         std::fprintf(stderr, "usage: kotool connstr [-s SEPARATOR] STRING\n");
         return 2;
     }
@@ -129,7 +130,7 @@ int cmdConnstr(int argc, char** argv) {
         KoString rebuilt;
         if (parser.initialize() || parser.buildString(&rebuilt)) {
             KoError* error = KoErrorKeeper::getLastError();
-            std::fprintf(stderr, "kotool connstr: %s\n",
+            std::fprintf(stderr, "kotool connstr: error: %s\n",
                          error ? error->getErrorText() : "the string could not be parsed");
             status = 1;
         } else {

@@ -25,6 +25,8 @@ const Command COMMANDS[] = {
     {"get", cmdGet, "get FILE SECTION [ENTRY]", "a profile value (no entry: the entry names)"},
     {"set", cmdSet, "set FILE SECTION ENTRY VALUE", "write a profile value"},
     {"delete", cmdDelete, "delete FILE SECTION [ENTRY]", "delete an entry or a whole section"},
+    {"check", cmdCheck, "check [FILE|NAME]",
+     "lines of a configuration file that the strict rules read differently"},
     {"parse", cmdGrammarParse, "parse GRAMMAR KEYWORDS TEXT",
      "the reduction tree of TEXT under a grammar file, or where it fails"},
     {"tree", cmdTree, "tree N", "a B-tree of N random keys, walked, half deleted, checked"},
@@ -33,6 +35,9 @@ const Command COMMANDS[] = {
 int usage(FILE* out) {
     std::fprintf(out, "usage: kotool COMMAND [ARGS]\n\ncommands:\n");
     for (const Command& c : COMMANDS) std::fprintf(out, "  %-28s %s\n", c.Usage, c.Help);
+    std::fprintf(out, "\nexit status: 0 done, 1 failed or a negative answer (no match, not\n"
+                      "found, lines found by check), 2 usage error (check and parse: also a\n"
+                      "file that cannot be read)\n");
     return out == stderr ? 2 : 0;
 }
 } // namespace
