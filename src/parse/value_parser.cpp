@@ -184,7 +184,20 @@ unsigned KoValueParser::reserveKey() {
     return 0;
 }
 
+// A parsed value has no white space at either end and, without quotes, no separator: it
+// reads back as itself unless it holds a quote character or opens with "{".
+static bool plainParsedValue(const KoScanner& scanner, const char* text, unsigned long length) {
+    if (length && text[0] == '{') return false;
+    unsigned short quotes[] = {scanner.Quote1, scanner.Quote2, scanner.Quote3};
+    for (unsigned short quote : quotes) {
+        if (quote >= 0x80) return false;
+        if (quote && std::memchr(text, quote, length)) return false;
+    }
+    return true;
+}
+
 KoString* KoValueParser::storedValue(const char* text, unsigned long length, int parsed) {
+    if (parsed && plainParsedValue(Scanner, text, length)) return copyOf(text, length);
     bool braces = Separator != '{' && Separator != '}';
     ValueReader reader(Scanner, text, length, braces);
     bool special = false;
@@ -260,6 +273,13 @@ unsigned KoValueParser::attributeParse() {
 
 void KoValueParser::readValue() {
     unsigned char separator = static_cast<unsigned char>(Separator);
+    const char* text = Scanner.getString();
+    unsigned long at = Scanner.getCurrentPosition();
+    while (at < Scanner.getStrLen() && (text[at] == ' ' || (text[at] >= 9 && text[at] <= 13))) ++at;
+    if (at >= Scanner.getStrLen() || (text[at] != '{' && static_cast<unsigned char>(text[at]) < 0x80)) {
+        Scanner.getDelimitedToken(Token, separator); // no brace group here
+        return;
+    }
     ValueReader reader(Scanner, Scanner.getString(), Scanner.getStrLen(),
                        separator != '{' && separator != '}');
     unsigned long begin = 0;
