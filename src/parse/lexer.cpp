@@ -326,9 +326,25 @@ void KoLexer::backup() {
 unsigned KoLexer::getLiteralContents(unsigned char** text) {
     if (!tokenIsLiteral()) return 1;
     if (setTokenString(LiteralToken.Buf + 1, LiteralToken.CurSize - 2)) return 1;
-    LiteralScanner->NextIndex = LiteralScanner->StrLen;
-    LiteralScanner->getToken(CurToken, TOKEN_NORMAL); // the end: the closing quote is next
-    TokenIndex = 0;
+    // Pass the inner terminals, leaving the lexer where reading them one by one would: on
+    // the last of them, so that backup steps back exactly one terminal, with the closing
+    // quote next. A blank literal ends as after its empty identifier.
+    bool started = LiteralScanner->getCurrentPosition() != 0 && CurToken.TokenType != C_EOS;
+    KoToken token, last;
+    bool any = false;
+    while (LiteralScanner->getToken(token, TOKEN_NORMAL) != C_EOS) {
+        last = token;
+        any = true;
+    }
+    if (any || started) {
+        if (any) CurToken = last;
+        TokenIndex = static_cast<int16_t>(isSplit(CurToken) ? CurToken.CurSize : 0);
+        LiteralScanner->NextIndex = static_cast<uint32_t>(CurToken.BegOfToken + CurToken.CurSize);
+        LiteralScanner->EndOfString = 0;
+    } else {
+        CurToken = token;
+        TokenIndex = 0;
+    }
     if (text) *text = reinterpret_cast<unsigned char*>(TokenString);
     return 0;
 }

@@ -129,6 +129,21 @@ TEST(Lexer, LiteralsOpenIntoQuoteContentsAndQuote) {
     EXPECT_EQ((Terms{{RED_QUOTE, "'"}, {RED_IDENT, "x"}, {RED_EOS, ""}}), read(lexer));
     EXPECT_EQ(1u, lexer.getLiteralContents(&contents)); // no literal open
 
+    // A backup right after the contents steps back over their last terminal only.
+    struct Case {
+        const char* Text;
+        Terms After;
+    } cases[] = {{"'x y' z", {{RED_IDENT, "y"}, {RED_QUOTE, "'"}, {RED_IDENT, "z"}}},
+                 {"'a <>' z", {{RED_GREATER_THAN, ">"}, {RED_QUOTE, "'"}, {RED_IDENT, "z"}}},
+                 {"' ' z", {{RED_IDENT, " "}, {RED_QUOTE, "'"}, {RED_IDENT, "z"}}}};
+    for (const Case& c : cases) {
+        KoLexer back(c.Text, nullptr);
+        read(back, 1);
+        ASSERT_EQ(0u, back.getLiteralContents(&contents));
+        back.backup();
+        EXPECT_EQ(c.After, read(back, 3)) << c.Text;
+    }
+
     // Character sets reach the literals opened later; quotes can be turned off.
     KoLexer sets("'first-name' a-b", nullptr);
     sets.setValidChars(nullptr, "-", nullptr);
