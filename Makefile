@@ -4,10 +4,12 @@ ASAN_BUILD ?= build-asan
 TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-bench
 M32_BUILD  ?= build-m32
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX     ?= /usr/local
 
-.PHONY: all build demo test check check-asan check-tsan check-m32 bench install clean format
+.PHONY: all build demo test check check-asan check-tsan check-m32 bench fuzz install clean format
 
 all: build
 
@@ -55,6 +57,12 @@ bench:
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
 	@for b in $(BENCH_BUILD)/bin/bench_*; do echo "== $$b"; LD_LIBRARY_PATH=$(BENCH_BUILD)/lib $$b; done
 
+# The libFuzzer targets of fuzz/ (clang), each run for FUZZ_SECONDS over its seed corpus.
+fuzz:
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DKOLIB_TESTS=OFF -DKOLIB_BENCH=OFF -DKOLIB_FUZZ=ON -DFUZZ_SECONDS=$(FUZZ_SECONDS) >/dev/null
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz
+
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
 
@@ -62,4 +70,4 @@ format:
 	find include src tests tools bench examples -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD) $(FUZZ_BUILD)
