@@ -31,7 +31,9 @@ public:
     KoValueParser(const KoValueParser&) = delete;
     KoValueParser& operator=(const KoValueParser&) = delete;
 
-    // Parses the whole text: 0, or 1 with the error on the list.
+    // Parses the whole text: 0, or 1 with the error on the list. A value that ends in a
+    // multi-byte character cut short by the end of the text, so that it would take the
+    // separator into it when rebuilt, is a syntax error (2704/2705) at that value.
     unsigned initialize();
 
     void setQuotingChars(unsigned short q1, unsigned short q2, unsigned short q3) {

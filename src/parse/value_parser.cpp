@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cstring>
 #include "kolib/errors.h"
+#include "kolib/mbchar.h"
 #include "kolib/memory.h"
 #include "kolib/value_parser.h"
 
@@ -81,8 +82,12 @@ public:
         EndOfString = 0;
         unsigned open = 0;
         bool lastWhite = false;
+        const char* last = nullptr;
+        unsigned lastSize = 0;
         while ((p = getSymbol())) {
             unsigned c = symbolCode(p);
+            last = p;
+            lastSize = SymbolLength;
             lastWhite = isWhite(p);
             if (isOpenQuote(c) || c == separator) *special = true;
             if (open && c == open)
@@ -92,7 +97,17 @@ public:
             else if (!open && c == separator)
                 return false;
         }
-        return !open && !lastWhite;
+        return !open && !lastWhite && !(last && swallows(last, lastSize, separator));
+    }
+
+    // Whether a character cut short by the end of its text takes `next` into it when the
+    // text goes on (a lead byte without its trail bytes).
+    static bool swallows(const char* p, unsigned size, unsigned next) {
+        if (static_cast<unsigned char>(*p) < 0x80 || size > 6) return false;
+        char probe[8];
+        std::memcpy(probe, p, size);
+        probe[size] = probe[size + 1] = static_cast<char>(next);
+        return koCharSizeWithin(probe, size + 2) > size;
     }
 
     // Appends the text in braces to out, each "}" doubled (out has room for it).
@@ -185,9 +200,11 @@ unsigned KoValueParser::reserveKey() {
 }
 
 // A parsed value has no white space at either end and, without quotes, no separator: it
-// reads back as itself unless it holds a quote character or opens with "{".
+// reads back as itself unless it holds a quote character, opens with "{" or ends in a
+// multi-byte character (which may be cut short).
 static bool plainParsedValue(const KoScanner& scanner, const char* text, unsigned long length) {
-    if (length && text[0] == '{') return false;
+    if (length && (text[0] == '{' || static_cast<unsigned char>(text[length - 1]) >= 0x80))
+        return false;
     unsigned short quotes[] = {scanner.Quote1, scanner.Quote2, scanner.Quote3};
     for (unsigned short quote : quotes) {
         if (quote >= 0x80) return false;

@@ -241,6 +241,14 @@ TEST(ValueParser, ManyPairsAndLongWhiteTails) {
     std::string tail = "A=x\xE3\x80\x80y";
     for (int i = 0; i < 32000; ++i) tail += "\xE3\x80\x80";
     EXPECT_EQ((Pairs{{"A", "x\xE3\x80\x80y"}}), parsed(tail + " ;"));
+
+    // A lead byte cut off by the end would take the separator behind it when rebuilt.
+    EXPECT_EQ("<failed>", parsed("A=1;B=x\xE3").front().first);
+    EXPECT_EQ(2704, errors.lastNumber());
+    KoValueParser p2("A=1", ';');
+    ASSERT_EQ(0u, p2.initialize());
+    EXPECT_EQ(1u, p2.addAttribute("B", "x\xE3"));
+    EXPECT_EQ(0u, p2.addAttribute("B", "x\xE3\x80\x80"));
 }
 
 // Values from pieces that matter to the reader: every quote character, the separator,
