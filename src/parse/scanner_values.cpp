@@ -51,13 +51,16 @@ ScanCode KoScanner::getDelimitedToken(KoToken& token, unsigned short delimiter) 
 void KoScanner::trimTrailingWhite(KoToken& token) const {
     const char* text = token.Buf;
     unsigned long length = token.CurSize;
-    // An ASCII byte is a whole character in every supported encoding.
     while (length && (text[length - 1] == ' ' || (text[length - 1] >= 9 && text[length - 1] <= 13)))
         --length;
-    if (length && static_cast<unsigned char>(text[length - 1]) >= 0x80) {
-        // A multi-byte character ends the text: walk it once by whole characters and cut
-        // behind the last one that is not white space.
-        KoScanner probe(text, length);
+    // A multi-byte character may end the text, or hold the bytes just passed (a lead byte
+    // whose trail bytes are not checked): then walk the text once by whole characters and cut
+    // behind the last one that is not white space.
+    bool nearMultiByte = false;
+    for (unsigned long k = 1; k <= 3 && k <= length; ++k)
+        if (static_cast<unsigned char>(text[length - k]) >= 0x80) nearMultiByte = true;
+    if (nearMultiByte) {
+        KoScanner probe(text, token.CurSize);
         unsigned long keep = 0;
         while (const char* p = probe.getSymbol())
             if (!probe.isWhite(p)) keep = probe.NextIndex;

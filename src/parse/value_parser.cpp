@@ -200,11 +200,12 @@ unsigned KoValueParser::reserveKey() {
 }
 
 // A parsed value has no white space at either end and, without quotes, no separator: it
-// reads back as itself unless it holds a quote character, opens with "{" or ends in a
+// reads back as itself unless it holds a quote character, opens with "{" or ends near a
 // multi-byte character (which may be cut short).
 static bool plainParsedValue(const KoScanner& scanner, const char* text, unsigned long length) {
-    if (length && (text[0] == '{' || static_cast<unsigned char>(text[length - 1]) >= 0x80))
-        return false;
+    if (length && text[0] == '{') return false;
+    for (unsigned long k = 1; k <= 3 && k <= length; ++k)
+        if (static_cast<unsigned char>(text[length - k]) >= 0x80) return false;
     unsigned short quotes[] = {scanner.Quote1, scanner.Quote2, scanner.Quote3};
     for (unsigned short quote : quotes) {
         if (quote >= 0x80) return false;

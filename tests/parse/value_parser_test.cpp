@@ -249,6 +249,9 @@ TEST(ValueParser, ManyPairsAndLongWhiteTails) {
     ASSERT_EQ(0u, p2.initialize());
     EXPECT_EQ(1u, p2.addAttribute("B", "x\xE3"));
     EXPECT_EQ(0u, p2.addAttribute("B", "x\xE3\x80\x80"));
+    // In UTF-8 mode a lead byte takes the next bytes whatever they are: a blank held that
+    // way is no trailing white space.
+    EXPECT_EQ((Pairs{{"A", "x\xE3S "}, {"B", "1"}}), parsed("A=x\xE3S ;B=1"));
 }
 
 // Values from pieces that matter to the reader: every quote character, the separator,
