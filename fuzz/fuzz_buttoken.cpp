@@ -31,7 +31,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const char* before = cursor;
         if (buttoken(out.data(), &cursor, flags, outSize)) break;
         if (out.data()[0] == BUT_KIND_END) break;
-        if ((flags & BUT_TOKEN_EXTEND) && out.data()[1] == 0) {
+        // An extension (or the null pointer of an empty token) needs room for the pointer.
+        if ((flags & BUT_TOKEN_EXTEND) && outSize >= 2 + sizeof(char*) && out.data()[1] == 0) {
             char* extension;
             std::memcpy(&extension, out.data() + 2, sizeof extension);
             ramFree(extension);

@@ -1,6 +1,7 @@
 // The lexer over the input, NUL-terminated right before an inaccessible page, driven the way
 // the parser drives it: terminals, literal contents, one-step backups, and positions saved
-// and restored. Byte 0 seeds the choice of steps and the text mode.
+// and restored (the terminal read after a restore must be the one read after the save).
+// Byte 0 seeds the choice of steps and the text mode.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -56,10 +57,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             KoScanner* literal = nullptr;
             KoToken literalToken;
             lexer.getPosition(&token, &index, &literal, &literalToken);
-            lexer.nextToken(&type, &word);
+            unsigned failed = lexer.nextToken(&type, &word);
+            std::string ahead = word ? reinterpret_cast<char*>(word) : "";
             lexer.setPosition(token, index, literal, &literalToken);
             delete token;
             delete literal;
+            // Back at the saved position the same terminal comes again.
+            short again = RED_NONE;
+            if (lexer.nextToken(&again, &word) != failed || again != type ||
+                ahead != (word ? reinterpret_cast<char*>(word) : ""))
+                std::abort();
             continue;
         }
         lexer.nextToken(&type, &word);

@@ -149,7 +149,7 @@ unsigned KoLexer::setTokenString(const char* text, unsigned long length) {
         TokenString = static_cast<char*>(grown);
         TokenStringSize = length + 1;
     }
-    std::memcpy(TokenString, text, length);
+    if (length) std::memcpy(TokenString, text, length); // an empty token may have no text
     TokenString[length] = '\0';
     return 0;
 }
@@ -302,7 +302,8 @@ void KoLexer::backup() {
         // Back before the opening quote: the literal is read again from the main text.
         closeLiteral();
         MainScanner->unGetToken(LiteralToken);
-        CurToken = KoToken();
+        // An empty token at the literal's start, so that a position taken here returns here.
+        MainScanner->getToken(CurToken, LiteralToken.BegOfToken, 0);
         TokenIndex = 0;
         return;
     }
@@ -320,7 +321,12 @@ void KoLexer::backup() {
         return;
     }
     if (TokenIndex > 0) --TokenIndex;
-    if (TokenIndex == 0) Scanner->unGetToken(CurToken);
+    if (TokenIndex == 0) {
+        // Nothing of the token counts as read: an empty token at its start stands for that,
+        // so that a position taken now also returns before the token.
+        Scanner->unGetToken(CurToken);
+        Scanner->getToken(CurToken, CurToken.BegOfToken, 0);
+    }
 }
 
 unsigned KoLexer::getLiteralContents(unsigned char** text) {
