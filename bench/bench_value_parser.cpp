@@ -84,7 +84,8 @@ void BM_peerPairs(benchmark::State& state) {
             size_t eq = text.find('=', at);
             if (eq < end) {
                 std::string key = text.substr(at, eq - at), folded = key;
-                for (char& c : folded) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+                for (char& c : folded)
+                    c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
                 if (index.emplace(folded, order.size()).second)
                     order.emplace_back(std::move(key), text.substr(eq + 1, end - eq - 1));
             }

@@ -219,8 +219,7 @@ KoString* KoValueParser::storedValue(const char* text, unsigned long length, int
     bool braces = Separator != '{' && Separator != '}';
     ValueReader reader(Scanner, text, length, braces);
     bool special = false;
-    if (reader.readsBack(static_cast<unsigned char>(Separator), &special) &&
-        (parsed || !special))
+    if (reader.readsBack(static_cast<unsigned char>(Separator), &special) && (parsed || !special))
         return copyOf(text, length);
     KoString* quoted = new KoString;
     if (!quoted || quoted->initialize(length + 2 + reader.closingBraces(), 0)) {
@@ -294,7 +293,8 @@ void KoValueParser::readValue() {
     const char* text = Scanner.getString();
     unsigned long at = Scanner.getCurrentPosition();
     while (at < Scanner.getStrLen() && (text[at] == ' ' || (text[at] >= 9 && text[at] <= 13))) ++at;
-    if (at >= Scanner.getStrLen() || (text[at] != '{' && static_cast<unsigned char>(text[at]) < 0x80)) {
+    if (at >= Scanner.getStrLen() ||
+        (text[at] != '{' && static_cast<unsigned char>(text[at]) < 0x80)) {
         Scanner.getDelimitedToken(Token, separator); // no brace group here
         return;
     }

@@ -258,12 +258,14 @@ TEST(ValueParser, ManyPairsAndLongWhiteTails) {
 // braces, "=", white space and multi-byte text.
 TEST(ValueParser, EveryValueRebuildsToTheSamePairs) {
     kotest::PushedList errors;
-    const char* pieces[] = {"'", "\"", "`", ";", "{", "}", "}}", "=", " ", "\t", "a", "Zz",
-                            "\xC3\xA9", "\xE3\x80\x80", "UID=x", "(", ")"};
+    const char* pieces[] = {"'",     "\"", "`",  ";", "{",  "}",        "}}",
+                            "=",     " ",  "\t", "a", "Zz", "\xC3\xA9", "\xE3\x80\x80",
+                            "UID=x", "(",  ")"};
     std::mt19937 random(20261125);
     auto value = [&] {
         std::string v;
-        for (int n = random() % 7; n > 0; --n) v += pieces[random() % (sizeof pieces / sizeof *pieces)];
+        for (int n = random() % 7; n > 0; --n)
+            v += pieces[random() % (sizeof pieces / sizeof *pieces)];
         return v;
     };
     for (int round = 0; round < 4000; ++round) {

@@ -120,14 +120,20 @@ TEST(Buttoken, EveryByteMakesProgressInEveryDialect) {
             EXPECT_LE(tokens(input, dialect).size(), 2u) << dialect << " " << byte;
         }
     std::vector<Token> expected = {{BUT_KIND_CHARACTER, "\x01"}, {1, "A"}};
-    EXPECT_EQ(expected, tokens("\x01" "a", 1));
+    EXPECT_EQ(expected, tokens("\x01"
+                               "a",
+                               1));
 }
 
 TEST(Buttoken, Dialects4And6WriteNoFurtherThanTheRestOfTheInput) {
     // out sized exactly for the rest of the input (kind, text, NUL) before a guard page;
     // outSize claims less.
-    const char* inputs[] = {"abcdefghijklmnopqrstuvwxyz", "#a\\-b$c#d", ":a.b:c.d", "1234567890",
-                            "'a literal'", "{fn escape}"};
+    const char* inputs[] = {"abcdefghijklmnopqrstuvwxyz",
+                            "#a\\-b$c#d",
+                            ":a.b:c.d",
+                            "1234567890",
+                            "'a literal'",
+                            "{fn escape}"};
     for (unsigned short dialect : {4, 6})
         for (const char* input : inputs) {
             kotest::EdgeBuffer out(std::string(std::strlen(input) + 2, '\xAA'));
