@@ -303,6 +303,27 @@ TEST(ValueParser, ExhaustedMemoryFailsCleanly) {
         errors.List.resetOutOfMemory();
     }
     EXPECT_EQ(0u, result);
+
+    // Adding pairs (braced values, a growing key index) fails whole or not at all.
+    result = 1;
+    for (long n = 1; result && n < 100; ++n) {
+        {
+            KoValueParser p("A=1;B=2;C=3;D=4;E=5;F=6;G=7", ';');
+            ASSERT_EQ(0u, p.initialize());
+            ramFailAfter(n);
+            result = 0;
+            for (int i = 0; i < 12 && !result; ++i)
+                result = p.addAttribute(("K" + std::to_string(i)).c_str(), "x;'y'}");
+            ramFailAfter(0);
+            KoString out;
+            ASSERT_EQ(0u, p.buildString(&out));
+            EXPECT_EQ(pairsOf(p), parsed(std::string(out.Buf, out.CurSize))) << n;
+        }
+        EXPECT_EQ(before, ramLiveBlocks()) << n;
+        errors.List.resetOutOfMemory();
+        errors.List.clearErrors();
+    }
+    EXPECT_EQ(0u, result);
 }
 
 } // namespace
