@@ -61,10 +61,11 @@ public:
     KoSubString* getAttributeKey(unsigned long index) const;
 
     // Sets the value of key (or, when absent, of alternativeKey), else appends a new pair.
-    // A value that would not read back as itself (one holding a quote character or the
-    // separator, opening with "{" or with white space at either end) is stored in braces,
-    // each "}" doubled: "a;b}" becomes "{a;b}}}". Fails (2704) only for a value ending in a
-    // broken multi-byte character that braces cannot hold, or when memory runs out.
+    // A value holding a quote character or the separator outside a leading brace group, or
+    // one that would not read back as itself (an unclosed "{" at its start, white space at
+    // either end), is stored in braces, each "}" doubled: "a;b}" becomes "{a;b}}}". A value
+    // that is a closed brace group already ("{Ko Driver}") is stored as given. Fails (2704)
+    // for a value ending in a multi-byte character cut short, and when memory runs out.
     unsigned addAttribute(const char* key, const char* value, const char* alternativeKey = nullptr);
     // Removes the pair (an absent key is no error).
     unsigned removeAttribute(const char* key);
