@@ -181,7 +181,7 @@ TEST(ValueParser, BracedValuesHoldSeparatorsAndQuotes) {
     EXPECT_EQ((Pairs{{"A", "{a}};b}"}, {"B", "{x} y"}, {"C", "{{z}"}, {"D", "1"}}),
               parsed("A={a}};b};B= {x} y ;C={z;D=1"));
 
-    // Values the issue reported, added behind "DSN=a" and then UID=u.
+    // Values that once added, swallowed or merged pairs, added behind "DSN=a" and then UID=u.
     const char* values[] = {"\"';UID=admin", "p\"q", "\"", "a`b;UID=x", "`", "{x", " y", "z\t"};
     for (const char* value : values) {
         KoValueParser p("DSN=a", ';');
