@@ -5,10 +5,12 @@ TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-bench
 M32_BUILD  ?= build-m32
 RELEASE_BUILD ?= build-release
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX     ?= /usr/local
 
-.PHONY: all configure build demo test check check-asan check-tsan check-m32 bench install clean format
+.PHONY: all configure build demo test check check-asan check-tsan check-m32 bench fuzz install clean format
 
 all: build
 
@@ -69,8 +71,15 @@ install:
 	cmake --build $(RELEASE_BUILD) -j $(JOBS)
 	cmake --install $(RELEASE_BUILD) --prefix $(PREFIX)
 
+# The libFuzzer targets of fuzz/ (clang), each run for FUZZ_SECONDS over its seed corpus.
+fuzz:
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DKOLIB_TESTS=OFF -DKOLIB_BENCH=OFF -DKOLIB_FUZZ=ON -DFUZZ_SECONDS=$(FUZZ_SECONDS) >/dev/null
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz
+
 format:
 	find include src tests tools bench examples -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD) $(RELEASE_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD) $(RELEASE_BUILD) \
+	  $(FUZZ_BUILD)

@@ -155,6 +155,10 @@ private:
 };
 
 // A compiled grammar. The keyword list belongs to the client and must outlive the grammar.
+// Groups ("[ ]", "{ }") may be nested KO_GRAMMAR_MAX_NESTING deep; deeper grammar text fails
+// to compile (the compiler works through the groups recursively).
+enum { KO_GRAMMAR_MAX_NESTING = 1000 };
+
 class KO_API KoGrammar : public KoObject {
 public:
     KoGrammar(const char* packedText, KoKeywordList* keywords);
@@ -184,8 +188,9 @@ private:
     unsigned compReduct(KoLexer* lexer, KoProduction** production);
     unsigned compReductName(KoLexer* lexer, char** name, short* type);
     unsigned compValidateToken(KoLexer* lexer, short expected);
-    unsigned compReductElement(KoLexer* lexer, KoBNFElement** first);
-    unsigned compBraceContents(KoLexer* lexer, KoBNFElement** first);
+    // `depth`: the number of groups around the element.
+    unsigned compReductElement(KoLexer* lexer, KoBNFElement** first, unsigned depth);
+    unsigned compBraceContents(KoLexer* lexer, KoBNFElement** first, unsigned depth);
     unsigned compReductTerm(KoLexer* lexer, KoBNFElement** first);
     int isLegalReductTerm(short type) const;
     unsigned resolveNonTerminals();

@@ -35,11 +35,18 @@ enum ButTokenKind {
 };
 
 // Reads the next token of the text at *cursor into out (outSize bytes, layout above) and
-// advances *cursor behind it; returns 0. At the end of the input it returns 0 with an empty
-// token of kind BUT_KIND_END. Returns 1 after adding error 2700 (token too long; the token so
-// far as parameter) or 2703 (unterminated literal or escape clause; the token as parameter),
-// or the memory error; *cursor is then unchanged. Returns 1 without an error for a null out
-// or an outSize below 2.
+// advances *cursor behind it; returns 0. Every token that is not the end holds at least one
+// byte of the input, so a loop until BUT_KIND_END always ends; a character that starts no
+// other kind (a control byte included) is a BUT_KIND_CHARACTER token. At the end of the input
+// it returns 0 with an empty token of kind BUT_KIND_END. Returns 1 after adding error 2700
+// (token too long; the token so far as parameter) or 2703 (unterminated literal or escape
+// clause; the token as parameter), or the memory error; *cursor is then unchanged. Returns 1
+// without an error for a null out or an outSize below 2.
+//
+// Dialects 4 and 6 are the exception to the size limit: there outSize is not checked while a
+// token is copied (no error 2700, no truncation, no extension), and out must hold the rest of
+// the input: at least strlen(*cursor) + 2 bytes (kind byte, text, NUL), and
+// 2 + sizeof(char*) when that is more and BUT_TOKEN_EXTEND is set.
 KO_API unsigned buttoken(char* out, const char** cursor, unsigned short flags,
                          unsigned long outSize);
 

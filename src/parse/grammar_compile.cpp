@@ -134,7 +134,7 @@ unsigned KoGrammar::compReduct(KoLexer* lexer, KoProduction** production) {
     p->setName(name);
     while (!failed) {
         KoBNFElement* alternative = nullptr;
-        if (compReductElement(lexer, &alternative)) {
+        if (compReductElement(lexer, &alternative, 0)) {
             failed = true;
             break;
         }
@@ -194,18 +194,19 @@ int KoGrammar::isLegalReductTerm(short type) const {
            type != RED_LITERAL_UNCLOSED;
 }
 
-unsigned KoGrammar::compReductElement(KoLexer* lexer, KoBNFElement** first) {
+unsigned KoGrammar::compReductElement(KoLexer* lexer, KoBNFElement** first, unsigned depth) {
     KoBNFElement* sequence = nullptr;
     short type;
     if (lexer->nextToken(&type, nullptr)) return 1;
     for (;;) {
         if (type == RED_OPEN_BRACE || type == RED_OPEN_BRACKET) {
             bool curly = type == RED_OPEN_BRACE;
+            if (depth >= KO_GRAMMAR_MAX_NESTING) break; // nested too deep
             KoBNFElement* group = newElement(RED_NONE, nullptr);
             if (!group) break;
             append(&sequence, group);
             group->Bracket = curly ? BRACKET_CURLY : BRACKET_SQUARE;
-            if (compBraceContents(lexer, &group->Contains)) break;
+            if (compBraceContents(lexer, &group->Contains, depth + 1)) break;
             if (lexer->nextToken(&type, nullptr) ||
                 type != (curly ? RED_CLOSE_BRACE : RED_CLOSE_BRACKET))
                 break;
@@ -236,8 +237,8 @@ unsigned KoGrammar::compReductElement(KoLexer* lexer, KoBNFElement** first) {
     return 1;
 }
 
-unsigned KoGrammar::compBraceContents(KoLexer* lexer, KoBNFElement** first) {
-    if (compReductElement(lexer, first)) return 1;
+unsigned KoGrammar::compBraceContents(KoLexer* lexer, KoBNFElement** first, unsigned depth) {
+    if (compReductElement(lexer, first, depth)) return 1;
     for (;;) {
         short type;
         if (lexer->nextToken(&type, nullptr)) return 1;
@@ -246,7 +247,7 @@ unsigned KoGrammar::compBraceContents(KoLexer* lexer, KoBNFElement** first) {
             return 0;
         }
         KoBNFElement* alternative = nullptr;
-        if (compReductElement(lexer, &alternative)) return 1;
+        if (compReductElement(lexer, &alternative, depth)) return 1;
         (*first)->addToAlternationEnd(alternative);
     }
 }

@@ -149,7 +149,7 @@ unsigned KoLexer::setTokenString(const char* text, unsigned long length) {
         TokenString = static_cast<char*>(grown);
         TokenStringSize = length + 1;
     }
-    std::memcpy(TokenString, text, length);
+    if (length) std::memcpy(TokenString, text, length); // an empty token may have no text
     TokenString[length] = '\0';
     return 0;
 }
@@ -302,7 +302,8 @@ void KoLexer::backup() {
         // Back before the opening quote: the literal is read again from the main text.
         closeLiteral();
         MainScanner->unGetToken(LiteralToken);
-        CurToken = KoToken();
+        // An empty token at the literal's start, so that a position taken here returns here.
+        MainScanner->getToken(CurToken, LiteralToken.BegOfToken, 0);
         TokenIndex = 0;
         return;
     }
@@ -320,15 +321,36 @@ void KoLexer::backup() {
         return;
     }
     if (TokenIndex > 0) --TokenIndex;
-    if (TokenIndex == 0) Scanner->unGetToken(CurToken);
+    if (TokenIndex == 0) {
+        // Nothing of the token counts as read: an empty token at its start stands for that,
+        // so that a position taken now also returns before the token.
+        Scanner->unGetToken(CurToken);
+        Scanner->getToken(CurToken, CurToken.BegOfToken, 0);
+    }
 }
 
 unsigned KoLexer::getLiteralContents(unsigned char** text) {
     if (!tokenIsLiteral()) return 1;
     if (setTokenString(LiteralToken.Buf + 1, LiteralToken.CurSize - 2)) return 1;
-    LiteralScanner->NextIndex = LiteralScanner->StrLen;
-    LiteralScanner->getToken(CurToken, TOKEN_NORMAL); // the end: the closing quote is next
-    TokenIndex = 0;
+    // Pass the inner terminals, leaving the lexer where reading them one by one would: on
+    // the last of them, so that backup steps back exactly one terminal, with the closing
+    // quote next. A blank literal ends as after its empty identifier.
+    bool started = LiteralScanner->getCurrentPosition() != 0 && CurToken.TokenType != C_EOS;
+    KoToken token, last;
+    bool any = false;
+    while (LiteralScanner->getToken(token, TOKEN_NORMAL) != C_EOS) {
+        last = token;
+        any = true;
+    }
+    if (any || started) {
+        if (any) CurToken = last;
+        TokenIndex = static_cast<int16_t>(isSplit(CurToken) ? CurToken.CurSize : 0);
+        LiteralScanner->NextIndex = static_cast<uint32_t>(CurToken.BegOfToken + CurToken.CurSize);
+        LiteralScanner->EndOfString = 0;
+    } else {
+        CurToken = token;
+        TokenIndex = 0;
+    }
     if (text) *text = reinterpret_cast<unsigned char*>(TokenString);
     return 0;
 }

@@ -51,25 +51,20 @@ ScanCode KoScanner::getDelimitedToken(KoToken& token, unsigned short delimiter) 
 void KoScanner::trimTrailingWhite(KoToken& token) const {
     const char* text = token.Buf;
     unsigned long length = token.CurSize;
-    while (length) {
-        unsigned char last = static_cast<unsigned char>(text[length - 1]);
-        if (last < 0x80) {
-            // An ASCII byte is a whole character in every supported encoding.
-            if (!(last == ' ' || (last >= 9 && last <= 13))) break;
-            --length;
-            continue;
-        }
-        // Find the start of the last character by walking forward by whole characters.
-        unsigned long at = 0, size = 0;
-        while (at < length) {
-            size = koCharSizeWithin(text + at, length - at);
-            if (at + size >= length) break;
-            at += size;
-        }
-        KoScanner probe(text + at, length - at);
-        const char* p = probe.getSymbol();
-        if (!p || !probe.isWhite(p)) break;
-        length = at;
+    while (length && (text[length - 1] == ' ' || (text[length - 1] >= 9 && text[length - 1] <= 13)))
+        --length;
+    // A multi-byte character may end the text, or hold the bytes just passed (a lead byte
+    // whose trail bytes are not checked): then walk the text once by whole characters and cut
+    // behind the last one that is not white space.
+    bool nearMultiByte = false;
+    for (unsigned long k = 1; k <= 3 && k <= length; ++k)
+        if (static_cast<unsigned char>(text[length - k]) >= 0x80) nearMultiByte = true;
+    if (nearMultiByte) {
+        KoScanner probe(text, token.CurSize);
+        unsigned long keep = 0;
+        while (const char* p = probe.getSymbol())
+            if (!probe.isWhite(p)) keep = probe.NextIndex;
+        length = keep;
     }
     token.setTokenSize(length);
 }

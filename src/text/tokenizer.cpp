@@ -230,7 +230,9 @@ bool Tokenizer::scan() {
         Kind = BUT_KIND_END;
         return true;
     }
-    if (Dialect == 1 && !std::strchr(",()|", c)) return scanWord();
+    // A control byte that is not white space would end a word before it starts: it is a
+    // one-character token of its own, as in every other dialect.
+    if (Dialect == 1 && c >= 33 && !std::strchr(",()|", c)) return scanWord();
     if (c == '\'' || c == '`' || c == '"') return scanLiteral();
     if (isDigit(c) || (c == '.' && isDigit(P[1]))) return scanNumber();
     if (isNameStart(P)) {
@@ -268,7 +270,7 @@ bool Tokenizer::scan() {
         return copyName(nullptr);
     }
     Kind = BUT_KIND_CHARACTER;
-    return copyChar();
+    return copyChar(); // at least one byte: every call makes progress
 }
 
 } // namespace

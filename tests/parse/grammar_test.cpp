@@ -114,6 +114,19 @@ TEST(Grammar, FailuresLeaveItNotOkWithoutLeaks) {
     EXPECT_EQ(before, ramLiveBlocks());
 }
 
+TEST(Grammar, NestingDeeperThanTheLimitFailsToCompile) {
+    auto nested = [](int depth) {
+        std::string text = "goal ::= ";
+        for (int i = 0; i < depth; ++i) text += i % 2 ? "{ " : "[ ";
+        text += "SELECT";
+        for (int i = depth - 1; i >= 0; --i) text += i % 2 ? " }" : " ]";
+        return text;
+    };
+    EXPECT_TRUE(compiles({{nested(KO_GRAMMAR_MAX_NESTING), 1000}}));
+    EXPECT_FALSE(compiles({{nested(KO_GRAMMAR_MAX_NESTING + 1), 1000}}));
+    EXPECT_FALSE(compiles({{nested(20000), 1000}})); // far past what the stack would hold
+}
+
 TEST(Grammar, LeftRecursionFailsInsteadOfHanging) {
     EXPECT_FALSE(compiles({{"goal ::= goal SELECT | SELECT", 1000}}));
     EXPECT_FALSE(compiles(

@@ -129,6 +129,35 @@ TEST(Lexer, LiteralsOpenIntoQuoteContentsAndQuote) {
     EXPECT_EQ((Terms{{RED_QUOTE, "'"}, {RED_IDENT, "x"}, {RED_EOS, ""}}), read(lexer));
     EXPECT_EQ(1u, lexer.getLiteralContents(&contents)); // no literal open
 
+    // A backup right after the contents steps back over their last terminal only.
+    struct Case {
+        const char* Text;
+        Terms After;
+    } cases[] = {{"'x y' z", {{RED_IDENT, "y"}, {RED_QUOTE, "'"}, {RED_IDENT, "z"}}},
+                 {"'a <>' z", {{RED_GREATER_THAN, ">"}, {RED_QUOTE, "'"}, {RED_IDENT, "z"}}},
+                 {"' ' z", {{RED_IDENT, " "}, {RED_QUOTE, "'"}, {RED_IDENT, "z"}}}};
+    // A position taken after backing up over an opening quote returns there.
+    KoLexer quote("b 'x' c", nullptr);
+    read(quote, 2);
+    quote.backup();
+    KoToken* token = nullptr;
+    short index = 0;
+    KoScanner* literal = nullptr;
+    KoToken literalToken;
+    quote.getPosition(&token, &index, &literal, &literalToken);
+    quote.setPosition(token, index, literal, &literalToken);
+    delete token;
+    delete literal;
+    EXPECT_EQ((Terms{{RED_QUOTE, "'"}, {RED_IDENT, "x"}, {RED_QUOTE, "'"}}), read(quote, 3));
+
+    for (const Case& c : cases) {
+        KoLexer back(c.Text, nullptr);
+        read(back, 1);
+        ASSERT_EQ(0u, back.getLiteralContents(&contents));
+        back.backup();
+        EXPECT_EQ(c.After, read(back, 3)) << c.Text;
+    }
+
     // Character sets reach the literals opened later; quotes can be turned off.
     KoLexer sets("'first-name' a-b", nullptr);
     sets.setValidChars(nullptr, "-", nullptr);
@@ -172,6 +201,20 @@ TEST(Lexer, RestoredPositionRepeatsTheTerminals) {
         Terms first = read(back, static_cast<int>(k));
         back.backup();
         EXPECT_EQ(first.back(), read(back, 1).front()) << "backup after " << k;
+        // A position taken right after a backup returns there too.
+        back.backup();
+        {
+            KoToken* saved = nullptr;
+            short savedIndex = 0;
+            KoScanner* savedLiteral = nullptr;
+            KoToken savedLiteralToken;
+            back.getPosition(&saved, &savedIndex, &savedLiteral, &savedLiteralToken);
+            Terms rest = read(back);
+            back.setPosition(saved, savedIndex, savedLiteral, &savedLiteralToken);
+            delete saved;
+            delete savedLiteral;
+            EXPECT_EQ(rest, read(back)) << "position after backup after " << k;
+        }
     }
 }
 

@@ -111,6 +111,41 @@ TEST(Buttoken, AdvancesTheCursorAndReportsErrors) {
     EXPECT_STREQ("ABCDEFGH", wide + 1);
 }
 
+TEST(Buttoken, EveryByteMakesProgressInEveryDialect) {
+    kotest::PushedList list;
+    for (unsigned short dialect = 0; dialect <= 6; ++dialect)
+        for (int byte = 1; byte < 256; ++byte) {
+            const char input[] = {static_cast<char>(byte), 'x', 0};
+            // Two bytes make at most two tokens (a hang would run into the helper's guard).
+            EXPECT_LE(tokens(input, dialect).size(), 2u) << dialect << " " << byte;
+        }
+    std::vector<Token> expected = {{BUT_KIND_CHARACTER, "\x01"}, {1, "A"}};
+    EXPECT_EQ(expected, tokens("\x01"
+                               "a",
+                               1));
+}
+
+TEST(Buttoken, Dialects4And6WriteNoFurtherThanTheRestOfTheInput) {
+    // out sized exactly for the rest of the input (kind, text, NUL) before a guard page;
+    // outSize claims less.
+    const char* inputs[] = {"abcdefghijklmnopqrstuvwxyz",
+                            "#a\\-b$c#d",
+                            ":a.b:c.d",
+                            "1234567890",
+                            "'a literal'",
+                            "{fn escape}"};
+    for (unsigned short dialect : {4, 6})
+        for (const char* input : inputs) {
+            kotest::EdgeBuffer out(std::string(std::strlen(input) + 2, '\xAA'));
+            const char* cursor = input;
+            for (int guard = 0; guard < 20; ++guard) {
+                ASSERT_EQ(0u, buttoken(out.data(), &cursor, dialect, 4)) << input;
+                if (out.data()[0] == BUT_KIND_END) break;
+            }
+            EXPECT_EQ('\0', *cursor) << input;
+        }
+}
+
 TEST(Buttoken, MovesALongTokenToAnAllocatedBuffer) {
     { kotest::PushedList warmUp; } // registers the thread once
     long before = ramLiveBlocks();
