@@ -4,9 +4,112 @@
 // open nothing is built or delivered. When the production on whose stack node the newest
 // decision was taken is reduced, that decision is settled: the only open one makes the parser
 // rewind to it and parse the stretch again with the choice fixed, this time for real.
+//
+// How a decision ends depends only on where it was taken: the state, the lexer position and
+// the terminal (and whether its node is the bottom one, where a reduce needs the end of the
+// text). Everything between the decision and the reduce that settles it happens above its
+// node, and nothing is delivered meanwhile. So the run remembers each outcome (the
+// alternative that was settled, or that none worked) and, meeting the same decision again,
+// takes the settled alternative at once without opening it, or backtracks at once when none
+// worked and an older decision is open to take the failure. Without such a memory nested
+// groups are explored again at every level and after every rewind, which costs time
+// growing with the cube of the nesting depth.
 #include <cstring>
 #include "kolib/errors.h"
 #include "kolib/parser.h"
+
+namespace {
+// Where a decision is taken.
+struct DecisionKey {
+    const KoParseState* State;
+    uint32_t Main;    // main scanner offset
+    uint32_t Literal; // literal scanner offset + 1, or 0 outside literals
+    int16_t TokenIndex;
+    int16_t Type;
+    uint16_t ScanType; // scan code of the lexer's current token
+    uint16_t Bottom;   // the decision's node is the bottom one
+
+    bool operator==(const DecisionKey& o) const {
+        return State == o.State && Main == o.Main && Literal == o.Literal &&
+               TokenIndex == o.TokenIndex && Type == o.Type && ScanType == o.ScanType &&
+               Bottom == o.Bottom;
+    }
+    unsigned long hash() const {
+        unsigned long h = reinterpret_cast<unsigned long>(State) >> 4;
+        h = h * 31 + Main;
+        h = h * 31 + Literal;
+        h = h * 31 + static_cast<uint16_t>(TokenIndex);
+        h = h * 31 + static_cast<uint16_t>(Type);
+        h = h * 31 + ScanType + Bottom;
+        return h ^ (h >> 15);
+    }
+};
+
+const int16_t FAILED = -1; // no alternative of the decision worked
+
+// Outcomes of decisions, open addressing; an entry with a null State is free.
+class DecisionMemo {
+public:
+    DecisionMemo() = default;
+    ~DecisionMemo() { ramFree(Entries); }
+    DecisionMemo(const DecisionMemo&) = delete;
+    DecisionMemo& operator=(const DecisionMemo&) = delete;
+
+    // The remembered outcome, or 0 when there is none.
+    const int16_t* find(const DecisionKey& key) const {
+        if (!Used) return nullptr;
+        for (unsigned long i = key.hash() & (Size - 1);; i = (i + 1) & (Size - 1)) {
+            if (!Entries[i].Key.State) return nullptr;
+            if (Entries[i].Key == key) return &Entries[i].Outcome;
+        }
+    }
+    // 1 when memory runs out (the error is on the list).
+    unsigned remember(const DecisionKey& key, int16_t outcome) {
+        if ((Used + 1) * 2 > Size && grow()) return 1;
+        Entry* e = slot(Entries, Size, key);
+        if (!e->Key.State) {
+            e->Key = key;
+            ++Used;
+        }
+        e->Outcome = outcome;
+        return 0;
+    }
+
+private:
+    struct Entry {
+        DecisionKey Key;
+        int16_t Outcome;
+    };
+    static Entry* slot(Entry* entries, unsigned long size, const DecisionKey& key) {
+        unsigned long i = key.hash() & (size - 1);
+        while (entries[i].Key.State && !(entries[i].Key == key)) i = (i + 1) & (size - 1);
+        return &entries[i];
+    }
+    unsigned grow() {
+        unsigned long size = Size ? Size * 2 : 64;
+        Entry* entries = static_cast<Entry*>(ramCalloc(size * sizeof(Entry)));
+        if (!entries) {
+            KoErrorKeeper::addMemoryError();
+            return 1;
+        }
+        for (unsigned long i = 0; i < Size; ++i)
+            if (Entries[i].Key.State) *slot(entries, size, Entries[i].Key) = Entries[i];
+        ramFree(Entries);
+        Entries = entries;
+        Size = size;
+        return 0;
+    }
+
+    Entry* Entries = nullptr;
+    unsigned long Size = 0;
+    unsigned long Used = 0;
+};
+
+// An open decision and where it was taken.
+struct RunDecision : KoBacktrackPosition {
+    DecisionKey Key;
+};
+} // namespace
 
 struct KoParseRun {
     explicit KoParseRun(KoParser* parser) : P(parser) {}
@@ -21,7 +124,11 @@ private:
     void read();
     KoStateTransition* choose(int alternative) const;
     unsigned restore(KoBacktrackPosition* d);
-    unsigned openDecision();
+    DecisionKey keyHere() const;
+    unsigned openDecision(const DecisionKey& key);
+    unsigned settle(int16_t outcome) {
+        return Memo.remember(static_cast<RunDecision*>(Decisions)->Key, outcome);
+    }
     unsigned push(const KoStateTransition* t);
     unsigned shift();
     unsigned reduce(bool* rewind);
@@ -37,6 +144,7 @@ private:
     short Type = RED_NONE;
     const char* Text = nullptr;
     char* TextCopy = nullptr; // the terminal's text after a restore
+    DecisionMemo Memo;
 };
 
 KoParseRun::~KoParseRun() {
@@ -117,12 +225,27 @@ unsigned KoParseRun::restore(KoBacktrackPosition* d) {
     return 0;
 }
 
-unsigned KoParseRun::openDecision() {
-    KoBacktrackPosition* d = new KoBacktrackPosition;
+DecisionKey KoParseRun::keyHere() const {
+    DecisionKey key;
+    key.State = State;
+    key.Main = static_cast<uint32_t>(Lexer->MainScanner->getCurrentPosition());
+    key.Literal = Lexer->tokenIsLiteral()
+                      ? static_cast<uint32_t>(Lexer->LiteralScanner->getCurrentPosition() + 1)
+                      : 0;
+    key.TokenIndex = Lexer->TokenIndex;
+    key.Type = Type;
+    key.ScanType = static_cast<uint16_t>(Lexer->CurToken.TokenType);
+    key.Bottom = Top && !Top->NextNode;
+    return key;
+}
+
+unsigned KoParseRun::openDecision(const DecisionKey& key) {
+    RunDecision* d = new RunDecision;
     if (!d) {
         KoErrorKeeper::addMemoryError();
         return 1;
     }
+    d->Key = key;
     d->NextPosition = Decisions;
     Decisions = d;
     const KoScanner* scanner = Lexer->getScanner();
@@ -175,6 +298,7 @@ unsigned KoParseRun::reduce(bool* rewind) {
     KoParseStackNode* t = Top;
     // Decisions taken on this production's node are settled now.
     while (Decisions && Decisions->ParseStackNode == t) {
+        if (settle(Decisions->Alternative)) return 1;
         if (!Decisions->NextPosition) {
             *rewind = true;
             return 0;
@@ -221,6 +345,24 @@ unsigned KoParseRun::run(const char* text, KoReduction** result) {
             restored = true;
         }
         KoStateTransition* t = choose(index);
+        DecisionKey key;
+        bool open = false;
+        if (t && t->Duplicate && !restored && t->TokenType != RED_LITERAL_CONTENTS) {
+            key = keyHere();
+            const int16_t* outcome = Memo.find(key);
+            if (!outcome) {
+                open = true;
+            } else if (*outcome != FAILED) {
+                // Settled here before: take that alternative without opening the decision.
+                KoStateTransition* settled = choose(*outcome);
+                if (settled) t = settled;
+                open = !settled;
+            } else if (Decisions) {
+                t = nullptr; // nothing here works: straight back to the open decision
+            } else {
+                open = true; // let it fail where it fails, for the report
+            }
+        }
         if (!t) {
             if (!Decisions) {
                 P->parseFailed(Top, nullptr, Type, Text, State->TransitionList);
@@ -234,16 +376,17 @@ unsigned KoParseRun::run(const char* text, KoReduction** result) {
                     P->parseFailed(Top, Decisions, Type, Text, State->TransitionList);
                     return 1;
                 }
+                if (settle(FAILED)) return 1;
                 dropDecision();
             }
-            restored = true;
+            open = false;
         }
         if (t->TokenType == RED_LITERAL_CONTENTS) {
             unsigned char* contents = nullptr;
             if (!Lexer->tokenIsLiteral() || Lexer->getLiteralContents(&contents)) return 1;
             Type = RED_LITERAL_CONTENTS;
             Text = reinterpret_cast<const char*>(contents);
-        } else if (t->Duplicate && !restored && openDecision()) {
+        } else if (open && openDecision(key)) {
             return 1;
         }
         unsigned failed = 0;
