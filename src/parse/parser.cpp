@@ -133,6 +133,12 @@ private:
     unsigned shift();
     unsigned reduce(bool* rewind);
     void dropDecision();
+    // Empty reductions and stack nodes are kept for reuse within the run: a parse pushes and
+    // pops far more often than its stack grows.
+    KoReduction* freshReduction();
+    void recycle(KoReduction* r);
+    KoParseStackNode* freshNode(KoParseState* state, short number, KoReduction* parked);
+    void recycle(KoParseStackNode* n);
 
     KoParser* P;
     KoLexer* Lexer = nullptr;
@@ -145,6 +151,8 @@ private:
     const char* Text = nullptr;
     char* TextCopy = nullptr; // the terminal's text after a restore
     DecisionMemo Memo;
+    KoReduction* SpareReductions = nullptr; // linked by NextSibling
+    KoParseStackNode* SpareNodes = nullptr; // linked by NextNode
 };
 
 KoParseRun::~KoParseRun() {
@@ -158,6 +166,46 @@ KoParseRun::~KoParseRun() {
     delete Lexer;
     delete Bottom;
     ramFree(TextCopy);
+    KoReduction::deleteSiblings(SpareReductions);
+    while (KoParseStackNode* n = SpareNodes) {
+        SpareNodes = n->NextNode;
+        delete n;
+    }
+}
+
+KoReduction* KoParseRun::freshReduction() {
+    KoReduction* r = SpareReductions;
+    if (!r) return new KoReduction(0, nullptr);
+    SpareReductions = r->NextSibling;
+    r->NextSibling = nullptr;
+    return r;
+}
+
+// Only the run's own empty reductions come here, never a client's node.
+void KoParseRun::recycle(KoReduction* r) {
+    if (!r) return;
+    KoReduction::deleteSiblings(r->FirstChild);
+    r->setFirstChild(nullptr);
+    r->Parent = r->PrevSibling = nullptr;
+    r->NextSibling = SpareReductions;
+    SpareReductions = r;
+}
+
+KoParseStackNode* KoParseRun::freshNode(KoParseState* state, short number, KoReduction* parked) {
+    KoParseStackNode* n = SpareNodes;
+    if (!n) return new KoParseStackNode(state, number, parked);
+    SpareNodes = n->NextNode;
+    n->ParseState = state;
+    n->ReductionNumber = number;
+    n->PartialReduction = parked;
+    n->NextNode = nullptr;
+    return n;
+}
+
+void KoParseRun::recycle(KoParseStackNode* n) {
+    n->PartialReduction = nullptr;
+    n->NextNode = SpareNodes;
+    SpareNodes = n;
 }
 
 void KoParseRun::dropDecision() {
@@ -208,10 +256,10 @@ unsigned KoParseRun::restore(KoBacktrackPosition* d) {
     while (Top && Top != d->ParseStackNode) {
         KoParseStackNode* n = Top;
         Top = n->NextNode;
-        if (n->PartialReduction != d->Reduction) delete n->PartialReduction;
-        delete n;
+        if (n->PartialReduction != d->Reduction) recycle(n->PartialReduction);
+        recycle(n);
     }
-    if (Current != d->Reduction) delete Current;
+    if (Current != d->Reduction) recycle(Current);
     Current = d->Reduction;
     State = d->ParseState;
     Type = d->TokenType;
@@ -265,11 +313,10 @@ unsigned KoParseRun::openDecision(const DecisionKey& key) {
 }
 
 unsigned KoParseRun::push(const KoStateTransition* t) {
-    KoParseStackNode* node = new KoParseStackNode(t->PushState, t->ProductionNumber, Current);
-    KoReduction* fresh = new KoReduction(0, nullptr);
-    if (!node || !fresh) {
-        delete node;
-        delete fresh;
+    KoParseStackNode* node = freshNode(t->PushState, t->ProductionNumber, Current);
+    KoReduction* fresh = node ? freshReduction() : nullptr;
+    if (!fresh) {
+        if (node) recycle(node);
         KoErrorKeeper::addMemoryError();
         return 1;
     }
@@ -319,15 +366,14 @@ unsigned KoParseRun::reduce(bool* rewind) {
     }
     Top = t->NextNode;
     State = t->ParseState;
-    delete Current;
+    recycle(Current);
     if (!Top) {
         Current = made;
     } else {
         Current = t->PartialReduction;
         Current->addChild(made);
     }
-    t->PartialReduction = nullptr;
-    delete t;
+    recycle(t);
     return 0;
 }
 
