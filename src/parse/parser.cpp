@@ -47,17 +47,19 @@ struct DecisionKey {
 
 const int16_t FAILED = -1; // no alternative of the decision worked
 
-// Outcomes of decisions, open addressing; an entry with a null State is free.
+// Outcomes of decisions, open addressing; an entry with a null State is free. The first
+// entries live in the object itself: most parses need no more.
 class DecisionMemo {
 public:
-    DecisionMemo() = default;
-    ~DecisionMemo() { ramFree(Entries); }
+    DecisionMemo() : Inline() {}
+    ~DecisionMemo() {
+        if (Entries != Inline) ramFree(Entries);
+    }
     DecisionMemo(const DecisionMemo&) = delete;
     DecisionMemo& operator=(const DecisionMemo&) = delete;
 
     // The remembered outcome, or 0 when there is none.
     const int16_t* find(const DecisionKey& key) const {
-        if (!Used) return nullptr;
         for (unsigned long i = key.hash() & (Size - 1);; i = (i + 1) & (Size - 1)) {
             if (!Entries[i].Key.State) return nullptr;
             if (Entries[i].Key == key) return &Entries[i].Outcome;
@@ -86,7 +88,7 @@ private:
         return &entries[i];
     }
     unsigned grow() {
-        unsigned long size = Size ? Size * 2 : 64;
+        unsigned long size = Size * 2;
         Entry* entries = static_cast<Entry*>(ramCalloc(size * sizeof(Entry)));
         if (!entries) {
             KoErrorKeeper::addMemoryError();
@@ -94,21 +96,45 @@ private:
         }
         for (unsigned long i = 0; i < Size; ++i)
             if (Entries[i].Key.State) *slot(entries, size, Entries[i].Key) = Entries[i];
-        ramFree(Entries);
+        if (Entries != Inline) ramFree(Entries);
         Entries = entries;
         Size = size;
         return 0;
     }
 
-    Entry* Entries = nullptr;
-    unsigned long Size = 0;
+    Entry Inline[32];
+    Entry* Entries = Inline;
+    unsigned long Size = 32;
     unsigned long Used = 0;
 };
 
-// An open decision and where it was taken.
+// An open decision and where it was taken. Token points at Saved (or is null), and
+// TokenName is a buffer of NameSize bytes, so that a decision can be used again.
 struct RunDecision : KoBacktrackPosition {
+    ~RunDecision() override {
+        if (Token == &Saved) Token = nullptr;
+    }
     DecisionKey Key;
+    KoToken Saved;
+    unsigned long NameSize = 0;
 };
+
+// Copies text into the growing buffer *buffer of *size bytes; 1 when memory runs out.
+unsigned copyInto(char** buffer, unsigned long* size, const char* text) {
+    unsigned long length = text ? std::strlen(text) : 0;
+    if (length + 1 > *size) {
+        void* grown = *buffer;
+        if (ramResize(&grown, length + 1)) {
+            KoErrorKeeper::addMemoryError();
+            return 1;
+        }
+        *buffer = static_cast<char*>(grown);
+        *size = length + 1;
+    }
+    if (length) std::memcpy(*buffer, text, length);
+    (*buffer)[length] = '\0';
+    return 0;
+}
 } // namespace
 
 struct KoParseRun {
@@ -150,6 +176,8 @@ private:
     short Type = RED_NONE;
     const char* Text = nullptr;
     char* TextCopy = nullptr; // the terminal's text after a restore
+    unsigned long TextCopySize = 0;
+    RunDecision* SpareDecisions = nullptr; // linked by NextPosition
     DecisionMemo Memo;
     KoReduction* SpareReductions = nullptr; // linked by NextSibling
     KoParseStackNode* SpareNodes = nullptr; // linked by NextNode
@@ -166,6 +194,10 @@ KoParseRun::~KoParseRun() {
     delete Lexer;
     delete Bottom;
     ramFree(TextCopy);
+    while (KoBacktrackPosition* d = SpareDecisions) {
+        SpareDecisions = static_cast<RunDecision*>(d->NextPosition);
+        delete d;
+    }
     KoReduction::deleteSiblings(SpareReductions);
     while (KoParseStackNode* n = SpareNodes) {
         SpareNodes = n->NextNode;
@@ -209,9 +241,12 @@ void KoParseRun::recycle(KoParseStackNode* n) {
 }
 
 void KoParseRun::dropDecision() {
-    KoBacktrackPosition* d = Decisions;
+    RunDecision* d = static_cast<RunDecision*>(Decisions);
     Decisions = d->NextPosition;
-    delete d;
+    delete d->LiteralScanner;
+    d->LiteralScanner = nullptr;
+    d->NextPosition = SpareDecisions;
+    SpareDecisions = d;
 }
 
 unsigned KoParseRun::start(const char* text) {
@@ -263,13 +298,8 @@ unsigned KoParseRun::restore(KoBacktrackPosition* d) {
     Current = d->Reduction;
     State = d->ParseState;
     Type = d->TokenType;
-    char* copy = ramAllocStr(d->TokenName);
-    if (!copy) {
-        KoErrorKeeper::addMemoryError();
-        return 1;
-    }
-    ramFree(TextCopy);
-    Text = TextCopy = copy;
+    if (copyInto(&TextCopy, &TextCopySize, d->TokenName)) return 1;
+    Text = TextCopy;
     return 0;
 }
 
@@ -288,28 +318,37 @@ DecisionKey KoParseRun::keyHere() const {
 }
 
 unsigned KoParseRun::openDecision(const DecisionKey& key) {
-    RunDecision* d = new RunDecision;
-    if (!d) {
+    RunDecision* d = SpareDecisions;
+    if (d) {
+        SpareDecisions = static_cast<RunDecision*>(d->NextPosition);
+    } else if (!(d = new RunDecision)) {
         KoErrorKeeper::addMemoryError();
         return 1;
     }
     d->Key = key;
+    d->Alternative = 0;
     d->NextPosition = Decisions;
     Decisions = d;
+    // The lexer's position as getPosition takes it, into the decision's own token.
     const KoScanner* scanner = Lexer->getScanner();
     bool atStart = scanner->getCurrentPosition() == 0 && Lexer->CurToken.TokenType != C_EOS;
-    bool literal = Lexer->tokenIsLiteral();
-    Lexer->getPosition(&d->Token, &d->TokenIndex, &d->LiteralScanner, &d->LiteralToken);
+    if (Lexer->tokenIsLiteral()) {
+        KoToken* token = nullptr;
+        Lexer->getPosition(&token, &d->TokenIndex, &d->LiteralScanner, &d->LiteralToken);
+        if (token) d->Saved = *token;
+        delete token;
+        if ((!atStart && !token) || !d->LiteralScanner) return 1;
+    } else {
+        d->TokenIndex = Lexer->TokenIndex;
+        d->LiteralToken = Lexer->LiteralToken;
+        if (!atStart) d->Saved = Lexer->CurToken;
+    }
+    d->Token = atStart ? nullptr : &d->Saved;
     d->ParseStackNode = Top;
     d->ParseState = State;
     d->Reduction = Current;
     d->TokenType = Type;
-    d->TokenName = ramAllocStr(Text);
-    if ((!atStart && !d->Token) || (literal && !d->LiteralScanner) || !d->TokenName) {
-        if (!d->TokenName) KoErrorKeeper::addMemoryError();
-        return 1;
-    }
-    return 0;
+    return copyInto(&d->TokenName, &d->NameSize, Text);
 }
 
 unsigned KoParseRun::push(const KoStateTransition* t) {
