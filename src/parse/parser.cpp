@@ -168,7 +168,9 @@ private:
 
     KoParser* P;
     KoLexer* Lexer = nullptr;
-    KoParseState* Bottom = nullptr;
+    // The state under the goal, whose only way on is to accept.
+    KoParseState Bottom;
+    KoStateTransition Accept{RED_NONE, nullptr, ACTION_ACCEPT, nullptr};
     KoParseStackNode* Top = nullptr;
     KoReduction* Current = nullptr;
     KoBacktrackPosition* Decisions = nullptr;
@@ -192,7 +194,7 @@ KoParseRun::~KoParseRun() {
     }
     delete Current;
     delete Lexer;
-    delete Bottom;
+    Bottom.OthersState = nullptr; // Accept is not the state's to delete
     ramFree(TextCopy);
     while (KoBacktrackPosition* d = SpareDecisions) {
         SpareDecisions = static_cast<RunDecision*>(d->NextPosition);
@@ -252,12 +254,11 @@ void KoParseRun::dropDecision() {
 unsigned KoParseRun::start(const char* text) {
     KoProduction* goal = nullptr;
     if (P->ParsedGrammar->getParseTable(&goal)) return 1;
-    Bottom = new KoParseState;
+    Bottom.OthersState = &Accept;
     Lexer = new KoLexer(text, P->KeywordList);
     Current = new KoReduction(0, nullptr);
-    Top = Bottom ? new KoParseStackNode(Bottom, goal->Number, nullptr) : nullptr;
-    if (!Bottom || !Lexer || !Lexer->MainScanner || !Current || !Top ||
-        Bottom->setDefault(ACTION_ACCEPT, nullptr)) {
+    Top = new KoParseStackNode(&Bottom, goal->Number, nullptr);
+    if (!Lexer || !Lexer->MainScanner || !Current || !Top) {
         KoErrorKeeper::addMemoryError();
         return 1;
     }
