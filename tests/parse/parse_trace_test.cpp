@@ -27,7 +27,13 @@ std::vector<std::string> inputs() {
         out.push_back(s + " )");
         out.push_back(s + " junk");
     }
-    for (int depth = 1; depth <= 6; ++depth) {
+    for (const char* text :
+         {"SELECT a FROM t WHERE (name = 'x''y') OR (\"c d\" LIKE ('a' || 'b'))",
+          "SELECT a FROM t WHERE (('(' = a) AND (\"(\" <> ')'))",
+          "SELECT a FROM t WHERE ((a = 'x) OR (b = 1))", "SELECT (((a))) FROM t WHERE ((b(+)))",
+          "SELECT a FROM t WHERE ((a <> 1) AND (b >= 2)) OR ((c != 3))"})
+        out.push_back(text);
+    for (int depth : {1, 2, 3, 4, 5, 6, 11, 20}) {
         std::string open(depth, '('), close(depth, ')');
         out.push_back("SELECT a FROM t WHERE " + open + "a = 1" + close);
         out.push_back("SELECT a FROM t WHERE " + open + "a = 1" + close.substr(1));
