@@ -159,6 +159,7 @@ std::string hashOfScans(const std::vector<std::string>& all, int setting) {
             mix(code);
             mix(t.BegOfToken);
             mix(t.CurSize);
+            mix(s.SymbolLength * 2 + s.EndOfString);
             EXPECT_EQ(s.getString() + t.BegOfToken, t.Buf);
             if (code == C_EOS) break;
         }
