@@ -80,6 +80,40 @@ const OperatorInfo KoScanner::Operators[] = {
     {C_DOUBLE_QUOTE},  {C_SINGLE_QUOTE}, {C_BACK_QUOTE},   {C_NONE}};
 const unsigned KoScanner::OperatorCount = 44;
 
+namespace {
+// The operator table by first byte: the one-character operator of each byte (C_NONE for
+// none) and the two-character operators standing right behind it in the table, in order.
+struct OperatorsByByte {
+    struct Entry {
+        uint16_t One;
+        unsigned char Count;
+        unsigned char Second[4];
+        uint16_t Two[4];
+    } At[256];
+    OperatorsByByte() : At() {
+        const OperatorInfo* ops = KoScanner::Operators;
+        for (unsigned i = KoScanner::OperatorCount; i-- > 0;) {
+            unsigned code = ops[i].TheScanCode;
+            if (ops[i].getOpLen() != 1 || code == C_NONE) continue;
+            Entry& e = At[code];
+            e.One = static_cast<uint16_t>(code);
+            e.Count = 0;
+            for (unsigned k = i + 1; k < KoScanner::OperatorCount && ops[k].getOpLen() == 2 &&
+                                     ops[k].getFirstSymbol() == code && e.Count < 4;
+                 ++k) {
+                e.Second[e.Count] = static_cast<unsigned char>(ops[k].getSecondSymbol());
+                e.Two[e.Count++] = static_cast<uint16_t>(ops[k].TheScanCode);
+            }
+        }
+    }
+};
+
+const OperatorsByByte& operatorsByByte() {
+    static const OperatorsByByte table; // built on first use: safe during static init
+    return table;
+}
+} // namespace
+
 KoScanner::KoScanner() {
     init();
 }
@@ -283,10 +317,16 @@ ScanCode KoScanner::getToken(KoToken& token, SearchType search) {
             j += 2;
             SymbolLength = 1;
         } else {
-            NextIndex = j;
+            // readOperator, with the next byte at hand
             SymbolLength = 1;
-            readOperator(token, c);
-            j = NextIndex;
+            const OperatorsByByte::Entry& e = operatorsByByte().At[c];
+            token.TokenType = e.One == C_NONE ? C_SYMBOL : static_cast<ScanCode>(e.One);
+            for (unsigned k = 0; k < e.Count; ++k)
+                if (e.Second[k] == next) {
+                    ++j;
+                    token.TokenType = static_cast<ScanCode>(e.Two[k]);
+                    break;
+                }
         }
     }
     NextIndex = j;
@@ -518,40 +558,10 @@ void KoScanner::extend(KoToken& token) {
     }
 }
 
-namespace {
-// The operator table by first byte: the one-character operator of each byte (C_NONE for
-// none) and the two-character operators standing right behind it in the table, in order.
-struct OperatorsByByte {
-    struct Entry {
-        uint16_t One;
-        unsigned char Count;
-        unsigned char Second[4];
-        uint16_t Two[4];
-    } At[256];
-    OperatorsByByte() : At() {
-        const OperatorInfo* ops = KoScanner::Operators;
-        for (unsigned i = KoScanner::OperatorCount; i-- > 0;) {
-            unsigned code = ops[i].TheScanCode;
-            if (ops[i].getOpLen() != 1 || code == C_NONE) continue;
-            Entry& e = At[code];
-            e.One = static_cast<uint16_t>(code);
-            e.Count = 0;
-            for (unsigned k = i + 1; k < KoScanner::OperatorCount && ops[k].getOpLen() == 2 &&
-                                     ops[k].getFirstSymbol() == code && e.Count < 4;
-                 ++k) {
-                e.Second[e.Count] = static_cast<unsigned char>(ops[k].getSecondSymbol());
-                e.Two[e.Count++] = static_cast<uint16_t>(ops[k].TheScanCode);
-            }
-        }
-    }
-};
-} // namespace
-
 void KoScanner::readOperator(KoToken& token, unsigned c) {
     token.TokenType = C_SYMBOL;
     if (c >= 256) return;
-    static const OperatorsByByte table; // built on first use: safe during static init
-    const OperatorsByByte::Entry& e = table.At[c];
+    const OperatorsByByte::Entry& e = operatorsByByte().At[c];
     if (e.One == C_NONE) return; // also the table's end mark: no operator
     token.TokenType = static_cast<ScanCode>(e.One);
     unsigned char next = lookAhead(1);
