@@ -3,11 +3,13 @@ BUILD      ?= build
 ASAN_BUILD ?= build-asan
 TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-bench
+FUZZ_BUILD ?= build-fuzz
+FUZZ_TIME  ?= 60
 M32_BUILD  ?= build-m32
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX     ?= /usr/local
 
-.PHONY: all build demo test check check-asan check-tsan check-m32 bench install clean format
+.PHONY: all build demo test check check-asan check-tsan check-m32 bench fuzz install clean format
 
 all: build
 
@@ -55,11 +57,19 @@ bench:
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
 	@for b in $(BENCH_BUILD)/bin/bench_*; do echo "== $$b"; LD_LIBRARY_PATH=$(BENCH_BUILD)/lib $$b; done
 
+# The libFuzzer targets (clang, with AddressSanitizer), FUZZ_TIME seconds each.
+fuzz:
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DKOLIB_FUZZ=ON -DKOLIB_TESTS=OFF \
+	  -DKOLIB_BENCH=OFF -DKOLIB_SANITIZE=address,undefined >/dev/null
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_scanner fuzz_parser
+	@for f in fuzz_scanner fuzz_parser; do echo "== $$f"; \
+	  $(FUZZ_BUILD)/bin/$$f -max_total_time=$(FUZZ_TIME) -timeout=2 || exit 1; done
+
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
 
 format:
-	find include src tests tools bench examples -name '*.cpp' -o -name '*.h' | xargs clang-format -i
+	find include src tests tools bench examples fuzz -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD) $(FUZZ_BUILD)
