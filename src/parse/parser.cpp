@@ -11,9 +11,12 @@
 // node, and nothing is delivered meanwhile. So the run remembers each outcome (the
 // alternative that was settled, or that none worked) and, meeting the same decision again,
 // takes the settled alternative at once without opening it, or backtracks at once when none
-// worked and an older decision is open to take the failure. Without such a memory nested
-// groups are explored again at every level and after every rewind, which costs time
-// growing with the cube of the nesting depth.
+// worked and an older decision is open to take the failure. The client sees the same calls:
+// a decision taken at once is one the run would have rewound to (or dropped) and parsed
+// along the same path, and a failure with no older decision open still runs its course, so
+// that it is reported where it happens. Without such a memory nested groups are explored
+// again at every level and after every rewind, which costs time growing with the cube of
+// the nesting depth.
 #include <cstring>
 #include "kolib/errors.h"
 #include "kolib/parser.h"
