@@ -2,7 +2,10 @@
 // text one character at a time through getSymbol, which never steps past StrLen (a
 // multi-byte character cut by the end is taken as the bytes that are left). Classification
 // of ASCII bytes is by table; other characters are converted to wide characters from
-// exactly their own bytes and tested in the current locale.
+// exactly their own bytes and tested in the current locale. Most tokens of real text start
+// with an ASCII byte and need no character set of the client's: getToken reads those bytes
+// directly (a byte below 0x80 is a whole character in every locale, and only bytes from
+// 0x80 up are sized by the locale), and leaves everything else to the walk.
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
