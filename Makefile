@@ -78,7 +78,7 @@ fuzz:
 	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz
 
 format:
-	find include src tests tools bench examples -name '*.cpp' -o -name '*.h' | xargs clang-format -i
+	find include src tests tools bench examples fuzz -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD) $(RELEASE_BUILD) \

@@ -1,6 +1,8 @@
 // The grammar-driven parser over the bundled SQL example: statements per second over the
-// corpus, one statement whose nested parentheses force deep backtracking, and the memory a
-// parse takes (allocations per parse, and blocks still held after 100,000 parses).
+// corpus, one statement whose nested parentheses force deep backtracking (depth 128 is a
+// 283-byte statement a fuzzer found), and the memory a parse takes (allocations per parse,
+// and blocks still held after 100,000 parses). Compare bytes_per_second across depths: the
+// time per byte should stay roughly flat.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -53,8 +55,9 @@ void BM_DeepBacktracking(benchmark::State& state) {
         "SELECT a FROM t WHERE " + std::string(depth, '(') + "a = 1" + std::string(depth, ')');
     for (auto _ : state) parseOnce(p, text, state);
     state.SetItemsProcessed(state.iterations());
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
 }
-BENCHMARK(BM_DeepBacktracking)->Arg(4)->Arg(8)->Arg(16);
+BENCHMARK(BM_DeepBacktracking)->Arg(4)->Arg(8)->Arg(16)->Arg(32)->Arg(128);
 
 // 100,000 parses of corpus statements; the counter shows the blocks held afterwards.
 void BM_NoLeakAcross100k(benchmark::State& state) {

@@ -3,6 +3,7 @@
 // lone NUL) ends the table. Numbers lie in 100 to 999 (RED_KEYWORD_START .. RED_KEYWORD_END).
 #pragma once
 
+#include <cstdint>
 #include "kolib/object.h"
 
 class KO_API KoKeywordList : public KoObject {
@@ -22,4 +23,13 @@ public:
 
     char* Keywords; // owned
     int CaseSensitiveCompare;
+
+private:
+    // Keywords of length 0 to GROUPS - 2 have a group each; the last takes all longer ones.
+    static const unsigned GROUPS = 33;
+    static unsigned groupOf(unsigned long length) {
+        return length < GROUPS - 1 ? static_cast<unsigned>(length) : GROUPS - 1;
+    }
+    uint32_t* ByLength;              // owned: entry offsets grouped by length, each in table order
+    uint32_t GroupStart[GROUPS + 1]; // where each group begins in ByLength
 };

@@ -163,6 +163,12 @@ private:
     void init();
     int inSet(const KoString& set, const char* p) const;
     int continuesIdentifier(const char* p) const;
+    // getToken character by character through getSymbol: every case.
+    ScanCode walkToken(KoToken& token, SearchType search);
+    // Pieces of getToken's byte-wise fast path.
+    void endOfWord(uint32_t j);
+    uint32_t quotedEnd(uint32_t j, unsigned quote);
+    ScanCode commentFrom(KoToken& token, uint32_t j);
     // The steps of getToken; each adds what it reads to the token's extent.
     void readQuoted(KoToken& token, unsigned quote);
     void readGroup(KoToken& token, unsigned open, unsigned close, unsigned depth);

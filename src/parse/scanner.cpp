@@ -2,13 +2,17 @@
 // text one character at a time through getSymbol, which never steps past StrLen (a
 // multi-byte character cut by the end is taken as the bytes that are left). Classification
 // of ASCII bytes is by table; other characters are converted to wide characters from
-// exactly their own bytes and tested in the current locale.
+// exactly their own bytes and tested in the current locale. Most tokens of real text start
+// with an ASCII byte and need no character set of the client's: getToken reads those bytes
+// directly (a byte below 0x80 is a whole character in every locale, and only bytes from
+// 0x80 up are sized by the locale), and leaves everything else to the walk.
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
 #include "kolib/errors.h"
 #include "kolib/mbchar.h"
 #include "kolib/scanner.h"
+#include "text/text_chars.h"
 
 namespace {
 enum : unsigned char { ASCII_WHITE = 1, ASCII_ALPHA = 2, ASCII_DIGIT = 4 };
@@ -24,6 +28,28 @@ struct AsciiClasses {
     }
 };
 constexpr AsciiClasses ASCII;
+
+// Byte classes of the fast path in getToken; bytes of 0x80 and above are left to the walk.
+enum : unsigned char { BYTE_WALK = 0, BYTE_WHITE, BYTE_LETTER, BYTE_DIGIT, BYTE_OTHER };
+struct ByteClasses {
+    unsigned char Of[256];
+    constexpr ByteClasses() : Of() {
+        for (int c = 0; c < 128; ++c)
+            Of[c] = ASCII.Bits[c] & ASCII_WHITE   ? BYTE_WHITE
+                    : ASCII.Bits[c] & ASCII_ALPHA ? BYTE_LETTER
+                    : ASCII.Bits[c] & ASCII_DIGIT ? BYTE_DIGIT
+                                                  : BYTE_OTHER;
+    }
+};
+constexpr ByteClasses BYTES;
+// Letters, digits and "_" (ASCII only): what continues an identifier without further tests.
+struct WordBytes {
+    bool In[256];
+    constexpr WordBytes() : In() {
+        for (int c = 0; c < 128; ++c) In[c] = ASCII.Bits[c] & (ASCII_ALPHA | ASCII_DIGIT);
+    }
+};
+constexpr WordBytes WORD;
 
 // The wide character of the `size` bytes at p, or WEOF.
 std::wint_t wideOf(const char* p, unsigned size) {
@@ -56,6 +82,40 @@ const OperatorInfo KoScanner::Operators[] = {
     {C_CLOSE_BRACKET}, {C_DOLLAR},       {C_POUND},        {C_PERCENT},     {C_AT},
     {C_DOUBLE_QUOTE},  {C_SINGLE_QUOTE}, {C_BACK_QUOTE},   {C_NONE}};
 const unsigned KoScanner::OperatorCount = 44;
+
+namespace {
+// The operator table by first byte: the one-character operator of each byte (C_NONE for
+// none) and the two-character operators standing right behind it in the table, in order.
+struct OperatorsByByte {
+    struct Entry {
+        uint16_t One;
+        unsigned char Count;
+        unsigned char Second[4];
+        uint16_t Two[4];
+    } At[256];
+    OperatorsByByte() : At() {
+        const OperatorInfo* ops = KoScanner::Operators;
+        for (unsigned i = KoScanner::OperatorCount; i-- > 0;) {
+            unsigned code = ops[i].TheScanCode;
+            if (ops[i].getOpLen() != 1 || code == C_NONE) continue;
+            Entry& e = At[code];
+            e.One = static_cast<uint16_t>(code);
+            e.Count = 0;
+            for (unsigned k = i + 1; k < KoScanner::OperatorCount && ops[k].getOpLen() == 2 &&
+                                     ops[k].getFirstSymbol() == code && e.Count < 4;
+                 ++k) {
+                e.Second[e.Count] = static_cast<unsigned char>(ops[k].getSecondSymbol());
+                e.Two[e.Count++] = static_cast<uint16_t>(ops[k].TheScanCode);
+            }
+        }
+    }
+};
+
+const OperatorsByByte& operatorsByByte() {
+    static const OperatorsByByte table; // built on first use: safe during static init
+    return table;
+}
+} // namespace
 
 KoScanner::KoScanner() {
     init();
@@ -206,7 +266,143 @@ int KoScanner::continuesIdentifier(const char* p) const {
     return isAlphaNum(p) || inSet(MiddleChars, p);
 }
 
+// The common case in one pass over the bytes: an ASCII first character, no identifier
+// character sets, a plain search. It yields exactly what the character-by-character walk
+// below yields (token, NextIndex, SymbolLength and EndOfString alike) and hands every other
+// case to that walk, positioned on the token's first character.
 ScanCode KoScanner::getToken(KoToken& token, SearchType search) {
+    if (search != TOKEN_NORMAL || FirstChars.CurSize || InvalidChars.CurSize)
+        return walkToken(token, search);
+    const unsigned char* s = reinterpret_cast<const unsigned char*>(Str);
+    uint32_t n = StrLen, i = NextIndex;
+    while (i < n && BYTES.Of[s[i]] == BYTE_WHITE) ++i;
+    NextIndex = i;
+    if (i >= n) return walkToken(token, search);
+    unsigned c = s[i];
+    unsigned char kind = BYTES.Of[c];
+    if (kind == BYTE_WALK || c == OpenCharacter) return walkToken(token, search);
+    uint32_t j = i + 1; // behind the token so far
+    getToken(token, i, 1);
+    if (isOpenQuote(c)) {
+        j = quotedEnd(j, c);
+        token.TokenType = EndOfString ? C_LITERAL_NOT_CLOSED : C_LITERAL;
+    } else if (kind == BYTE_LETTER) {
+        token.TokenType = C_IDENTIFIER;
+        while (j < n && WORD.In[s[j]]) ++j;
+        if (j < n && (s[j] >= 0x80 || MiddleChars.CurSize)) {
+            // What follows may still belong to the identifier: the walk decides.
+            NextIndex = j;
+            extend(token);
+            j = NextIndex;
+        } else {
+            endOfWord(j);
+        }
+    } else if (kind == BYTE_DIGIT) {
+        token.TokenType = C_NUMBER;
+        while (j < n && BYTES.Of[s[j]] == BYTE_DIGIT) ++j;
+        if (j < n && s[j] == '.' && DecimalOk) {
+            NextIndex = j;
+            extend(token); // a fraction
+            j = NextIndex;
+        } else {
+            endOfWord(j);
+        }
+    } else {
+        unsigned char next = j < n ? s[j] : 0;
+        if ((c == '(' && MatchParens) || (c == '{' && MatchBrackets) ||
+            (c == '.' && DecimalOk && isDigitByte(next))) {
+            return walkToken(token, search);
+        } else if (ParseComments && ((c == '-' && next == '-') || (c == '/' && next == '*'))) {
+            token.TokenType = C_COMMENT;
+            return commentFrom(token, j + 1);
+        } else if (c == '(' && next == '+' && j + 1 < n && s[j + 1] == ')') {
+            token.TokenType = C_OUTER_JOIN;
+            j += 2;
+            SymbolLength = 1;
+        } else {
+            // readOperator, with the next byte at hand
+            SymbolLength = 1;
+            const OperatorsByByte::Entry& e = operatorsByByte().At[c];
+            token.TokenType = e.One == C_NONE ? C_SYMBOL : static_cast<ScanCode>(e.One);
+            for (unsigned k = 0; k < e.Count; ++k)
+                if (e.Second[k] == next) {
+                    ++j;
+                    token.TokenType = static_cast<ScanCode>(e.Two[k]);
+                    break;
+                }
+        }
+    }
+    NextIndex = j;
+    token.setTokenSize(j - i);
+    return token.TokenType;
+}
+
+// A word (identifier or number) that ended at j: the walk read the character there (or met
+// the end) and put it back.
+void KoScanner::endOfWord(uint32_t j) {
+    EndOfString = j >= StrLen;
+    SymbolLength = 0;
+}
+
+// Where the quoted text that opened with quote (an ASCII byte) before `from` ends. A
+// doubled quote stands for one quote inside; an unclosed text runs to the end and leaves
+// EndOfString set.
+uint32_t KoScanner::quotedEnd(uint32_t j, unsigned quote) {
+    const unsigned char* s = reinterpret_cast<const unsigned char*>(Str);
+    uint32_t n = StrLen;
+    kotext::LazyCharMode mode;
+    SymbolLength = 0;
+    for (;;) {
+        if (j >= n) {
+            EndOfString = 1;
+            return n;
+        }
+        unsigned char b = s[j];
+        if (b >= 0x80) {
+            j += kotext::charSize(mode, s + j, n - j);
+        } else if (b != quote) {
+            ++j;
+        } else if (j + 1 < n && s[j + 1] == quote) {
+            j += 2;
+        } else {
+            EndOfString = 0;
+            return j + 1;
+        }
+    }
+}
+
+// A comment whose opening pair ends before j: "--" to the line feed (read, not part of
+// it), "/*" to the first "*/" after the pair, or to the end of the text.
+ScanCode KoScanner::commentFrom(KoToken& token, uint32_t j) {
+    const unsigned char* s = reinterpret_cast<const unsigned char*>(Str);
+    uint32_t n = StrLen;
+    bool line = s[token.BegOfToken] == '-';
+    kotext::LazyCharMode mode;
+    uint32_t end = 0; // where a closed comment ends
+    while (j < n && !end) {
+        unsigned char b = s[j];
+        if (b >= 0x80)
+            j += kotext::charSize(mode, s + j, n - j);
+        else if (line && b == '\n')
+            end = j++;
+        else if (!line && b == '*' && j + 1 < n && s[j + 1] == '/')
+            end = j += 2;
+        else
+            ++j;
+    }
+    if (end) {
+        SymbolLength = 1;
+    } else {
+        end = j;
+        EndOfString = 1;
+        SymbolLength = 0;
+    }
+    NextIndex = j;
+    token.setTokenSize(end - token.BegOfToken);
+    return token.TokenType;
+}
+
+ScanCode KoScanner::walkToken(KoToken& token, SearchType search) {
     const char* p;
     while ((p = getSymbol()) && isWhite(p) && !inSet(FirstChars, p)) {
     }
@@ -367,30 +563,17 @@ void KoScanner::extend(KoToken& token) {
 
 void KoScanner::readOperator(KoToken& token, unsigned c) {
     token.TokenType = C_SYMBOL;
-    if (c == 0 || c >= 256) return; // the table's end mark is no operator
-    // Where each byte's one-character operator stands in the table (OperatorCount: none).
-    static const struct FirstIndex {
-        unsigned char At[256];
-        FirstIndex() {
-            for (unsigned b = 0; b < 256; ++b) At[b] = static_cast<unsigned char>(OperatorCount);
-            for (unsigned i = OperatorCount; i-- > 0;)
-                if (Operators[i].getOpLen() == 1 && Operators[i].TheScanCode != C_NONE)
-                    At[Operators[i].TheScanCode] = static_cast<unsigned char>(i);
-        }
-    } firstIndex;
-    unsigned i = firstIndex.At[c];
-    if (i >= OperatorCount) return;
-    token.TokenType = Operators[i].TheScanCode;
+    if (c >= 256) return;
+    const OperatorsByByte::Entry& e = operatorsByByte().At[c];
+    if (e.One == C_NONE) return; // also the table's end mark: no operator
+    token.TokenType = static_cast<ScanCode>(e.One);
     unsigned char next = lookAhead(1);
-    for (++i;
-         i < OperatorCount && Operators[i].getOpLen() == 2 && Operators[i].getFirstSymbol() == c;
-         ++i) {
-        if (Operators[i].getSecondSymbol() == next) {
+    for (unsigned k = 0; k < e.Count; ++k)
+        if (e.Second[k] == next) {
             ++NextIndex;
-            token.TokenType = Operators[i].TheScanCode;
+            token.TokenType = static_cast<ScanCode>(e.Two[k]);
             return;
         }
-    }
 }
 
 namespace {

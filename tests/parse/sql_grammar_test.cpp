@@ -5,6 +5,7 @@
 
 #include "grammar_support.h"
 #include "kolib/testing.h"
+#include "test_support.h"
 
 namespace {
 
@@ -116,6 +117,27 @@ TEST(SqlGrammar, HostileInputEndsWithAResult) {
     ASSERT_EQ(0u, deep.parse(parens.c_str(), &r));
     delete r;
     EXPECT_EQ(1u, deep.parse(parens.substr(0, parens.size() - 1).c_str(), &r));
+}
+
+// A deep search (many remembered decisions, reused stack nodes and decisions) running out of
+// memory at every allocation in turn fails cleanly.
+TEST(SqlGrammar, AllocationFailuresInADeepSearchFailCleanly) {
+    kotest::PushedList errors;
+    SqlParser p;
+    std::string text = "SELECT a FROM t WHERE " + std::string(12, '(') + "a = 'x' OR b IN (1, 2)" +
+                       std::string(12, ')');
+    long before = ramLiveBlocks();
+    bool ok = false;
+    for (long n = 1; !ok && n < 20000; ++n) {
+        KoReduction* r = nullptr;
+        ramFailAfter(n);
+        ok = p.parse(text.c_str(), &r) == 0;
+        ramFailAfter(0);
+        delete r;
+        ASSERT_EQ(before, ramLiveBlocks()) << n;
+        errors.List.resetOutOfMemory();
+    }
+    EXPECT_TRUE(ok);
 }
 
 TEST(SqlGrammar, RepeatedParsesHoldNoMemory) {
