@@ -204,7 +204,7 @@ unsigned long SegmentMatcher::nextCandidate(const Segment& s, unsigned long t, u
         unsigned char c = T[t];
         if (c >= 0x80 && !singleByteMode()) return UNDECIDED;
         if (c == raw || c == other || Upper(c) == folded) {
-            seenClean(start, t);
+            seenClean(start, c < 0x80 ? t + 1 : t);
             return t;
         }
         ++t;
@@ -272,70 +272,24 @@ template <bool Terminated> int SegmentMatcher::match(unsigned long textLength) {
     return decide(verify(Segments[end], limit) ? 1 : 0, length);
 }
 
-// The rest of a call that the leading literals did not settle; kept out of line so that the
-// common short calls do not pay for the matcher's frame.
+} // namespace
+
+// The rest of a call that the leading literals did not settle.
 template <bool Terminated>
-__attribute__((noinline)) int
-matchSegments(const unsigned char* text, unsigned long textLength, const unsigned char* pattern,
-              unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
-              unsigned char escape, bool ci, UpperTable upper, LazyCharMode& mode) {
+int matchSegments(const unsigned char* text, unsigned long textLength, const unsigned char* pattern,
+                  unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
+                  unsigned char escape, bool ci, UpperTable upper, LazyCharMode& mode) {
     SegmentMatcher m(text, ci, upper, mode);
     int parsed = m.parse<Terminated>(pattern, patternLength, anyMany, anyOne, escape);
     if (parsed <= 0) return parsed;
     return m.match<Terminated>(textLength);
 }
 
-template <bool Terminated>
-int bySegments(const unsigned char* text, unsigned long textLength, const unsigned char* pattern,
-               unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
-               unsigned char escape, bool ci, LazyCharMode& mode) {
-    // The part before the first anyMany is anchored and needs no search: while pattern and
-    // text are ASCII it is settled here, byte against byte; what follows is the same question
-    // about the rest of both.
-    UpperTable upper;
-    auto textEnded = [=](unsigned long i) { return Terminated ? !text[i] : i == textLength; };
-    auto patternEnded = [=](unsigned long j) {
-        return Terminated ? !pattern[j] : j == patternLength;
-    };
-    unsigned long i = 0, j = 0; // text and pattern positions
-    for (;; ++i, ++j) {
-        if (patternEnded(j)) return textEnded(i) ? 1 : 0;
-        unsigned char pc = pattern[j];
-        if (pc == anyMany || pc >= 0x80) break;
-        bool escaped = false;
-        if (pc != anyOne && pc == escape) {
-            if (patternEnded(j + 1) || pattern[j + 1] >= 0x80) break;
-            pc = pattern[j + 1];
-            escaped = true;
-        }
-        if (textEnded(i)) return 0;
-        unsigned char tc = text[i];
-        if (tc >= 0x80) break;
-        if (pc == anyOne && !escaped) continue;
-        if (tc != pc && (!ci || upper(tc) != upper(pc))) return 0;
-        j += escaped;
-    }
-    if (pattern[j] == anyMany) { // a prefix: nothing but anyMany may follow
-        unsigned long k = j + 1;
-        while (!patternEnded(k) && pattern[k] == anyMany) ++k;
-        if (patternEnded(k)) return 1;
-    }
-    return matchSegments<Terminated>(text + i, textLength - i, pattern + j, patternLength - j,
-                                     anyMany, anyOne, escape, ci, upper, mode);
-}
-
-} // namespace
-
-int likeBySegments(const unsigned char* text, unsigned long textLength,
-                   const unsigned char* pattern, unsigned long patternLength, unsigned char anyMany,
-                   unsigned char anyOne, unsigned char escape, bool ci, LazyCharMode& mode) {
-    return bySegments<false>(text, textLength, pattern, patternLength, anyMany, anyOne, escape, ci,
-                             mode);
-}
-
-int likeBySegments(const unsigned char* text, const unsigned char* pattern, unsigned char anyMany,
-                   unsigned char anyOne, unsigned char escape, bool ci, LazyCharMode& mode) {
-    return bySegments<true>(text, 0, pattern, 0, anyMany, anyOne, escape, ci, mode);
-}
+template int matchSegments<false>(const unsigned char*, unsigned long, const unsigned char*,
+                                  unsigned long, unsigned char, unsigned char, unsigned char, bool,
+                                  UpperTable, LazyCharMode&);
+template int matchSegments<true>(const unsigned char*, unsigned long, const unsigned char*,
+                                 unsigned long, unsigned char, unsigned char, unsigned char, bool,
+                                 UpperTable, LazyCharMode&);
 
 } // namespace kotext
