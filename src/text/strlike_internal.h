@@ -42,6 +42,16 @@ inline unsigned long skipPlain(const unsigned char* s, unsigned long t, unsigned
 #ifdef __SSE2__
     const __m128i va = _mm_set1_epi8(static_cast<char>(a));
     const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
+    while (end - t >= 32) {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t));
+        __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t + 16));
+        __m128i hv = _mm_or_si128(v, _mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb)));
+        __m128i hw = _mm_or_si128(w, _mm_or_si128(_mm_cmpeq_epi8(w, va), _mm_cmpeq_epi8(w, vb)));
+        unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(hv)) |
+                        (static_cast<unsigned>(_mm_movemask_epi8(hw)) << 16);
+        if (mask) return t + static_cast<unsigned>(__builtin_ctz(mask));
+        t += 32;
+    }
     while (end - t >= 16) {
         __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t));
         __m128i hit = _mm_or_si128(v, _mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb)));
