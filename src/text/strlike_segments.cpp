@@ -50,6 +50,33 @@ bool anyHighByte(const unsigned char* s, unsigned long n) {
     return false;
 }
 
+// Like skipPlain, for a byte pair: skips the positions p whose byte is not a or b or whose
+// next byte is not c or d, as long as both bytes are below 0x80. The byte after `end` - 1 must
+// be readable.
+inline unsigned long skipPair(const unsigned char* s, unsigned long t, unsigned long end,
+                              unsigned char a, unsigned char b, unsigned char c, unsigned char d) {
+#ifdef __SSE2__
+    const __m128i va = _mm_set1_epi8(static_cast<char>(a)),
+                  vb = _mm_set1_epi8(static_cast<char>(b));
+    const __m128i vc = _mm_set1_epi8(static_cast<char>(c)),
+                  vd = _mm_set1_epi8(static_cast<char>(d));
+    while (end - t >= 16) {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t));
+        __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t + 1));
+        __m128i first = _mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb));
+        __m128i second = _mm_or_si128(_mm_cmpeq_epi8(w, vc), _mm_cmpeq_epi8(w, vd));
+        __m128i hit = _mm_or_si128(_mm_and_si128(first, second), _mm_or_si128(v, w));
+        if (int mask = _mm_movemask_epi8(hit))
+            return t + static_cast<unsigned>(__builtin_ctz(mask));
+        t += 16;
+    }
+#else
+    (void)c;
+    (void)d;
+#endif
+    return skipPlain(s, t, end - t, a, b);
+}
+
 class SegmentMatcher {
 public:
     SegmentMatcher(const unsigned char* text, bool ci, UpperTable upper, LazyCharMode& mode)
@@ -193,10 +220,23 @@ unsigned long SegmentMatcher::nextCandidate(const Segment& s, unsigned long t, u
     unsigned char other = raw;
     if (((raw | 0x20) >= 'a' && (raw | 0x20) <= 'z') && Upper(raw ^ 0x20) == folded)
         other = raw ^ 0x20;
-    // The skip stops at every byte of 0x80 or above, so what it passes is clean.
+    // With a second literal byte the skip tests pairs. Its ASCII bytes that fold alike are
+    // found from the folded byte; a case that does not fold back keeps the single-byte skip.
+    bool pair = false;
+    unsigned char second = 0, secondOther = 0;
+    const unsigned next = s.Start + s.FirstLiteral + 1u;
+    if (s.FirstLiteral + 1u < s.Length && !Any[next] && Bytes[next] < 0x80 &&
+        Upper(Bytes[next]) == Bytes[next]) {
+        pair = true;
+        second = secondOther = Bytes[next];
+        if (((second | 0x20) >= 'a' && (second | 0x20) <= 'z') && Upper(second ^ 0x20) == second)
+            secondOther = second ^ 0x20;
+    }
+    // The skips stop at every byte of 0x80 or above, so what they pass is clean.
     const unsigned long start = t;
     for (;;) {
-        t = skipPlain(T, t, end - t, raw, other);
+        t = pair ? skipPair(T, t, end, raw, other, second, secondOther)
+                 : skipPlain(T, t, end - t, raw, other);
         if (t == end) {
             seenClean(start, end);
             return end;
