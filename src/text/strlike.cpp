@@ -190,8 +190,8 @@ int likeCounted(const char* text, unsigned long textLength, const char* pattern,
                 unsigned char escape, unsigned caseSensitive, bool bySegments) {
     LazyCharMode mode;
     if (bySegments) {
-        int r = likeBySegments(bytes(text), textLength, bytes(pattern), patternLength, anyMany,
-                               anyOne, escape, caseSensitive == 0, mode);
+        int r = likeBySegments<false>(bytes(text), textLength, bytes(pattern), patternLength,
+                                      anyMany, anyOne, escape, caseSensitive == 0, mode);
         if (r >= 0) return r;
     }
     Matcher<Counted, Counted> m(bytes(text), Counted{textLength}, bytes(pattern),
@@ -223,8 +223,8 @@ int strLike(const char* text, const char* pattern, unsigned char anyMany, unsign
         return strLike(text, std::strlen(text), pattern, std::strlen(pattern), anyMany, anyOne,
                        escape, caseSensitive, 0);
     LazyCharMode mode;
-    int r = likeBySegments(bytes(text), bytes(pattern), anyMany, anyOne, escape, caseSensitive == 0,
-                           mode);
+    int r = likeBySegments<true>(bytes(text), 0, bytes(pattern), 0, anyMany, anyOne, escape,
+                                 caseSensitive == 0, mode);
     if (r >= 0) return r;
     // Exact lengths need no length up front: walk to the NULs.
     Matcher<Terminated, Terminated> m(bytes(text), Terminated{}, bytes(pattern), Terminated{},

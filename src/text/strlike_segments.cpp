@@ -50,6 +50,33 @@ bool anyHighByte(const unsigned char* s, unsigned long n) {
     return false;
 }
 
+// Like skipPlain, for a byte pair: skips the positions p whose byte is not a or b or whose
+// next byte is not c or d, as long as both bytes are below 0x80. The byte after `end` - 1 must
+// be readable.
+inline unsigned long skipPair(const unsigned char* s, unsigned long t, unsigned long end,
+                              unsigned char a, unsigned char b, unsigned char c, unsigned char d) {
+#ifdef __SSE2__
+    const __m128i va = _mm_set1_epi8(static_cast<char>(a)),
+                  vb = _mm_set1_epi8(static_cast<char>(b));
+    const __m128i vc = _mm_set1_epi8(static_cast<char>(c)),
+                  vd = _mm_set1_epi8(static_cast<char>(d));
+    while (end - t >= 16) {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t));
+        __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + t + 1));
+        __m128i first = _mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb));
+        __m128i second = _mm_or_si128(_mm_cmpeq_epi8(w, vc), _mm_cmpeq_epi8(w, vd));
+        __m128i hit = _mm_or_si128(_mm_and_si128(first, second), _mm_or_si128(v, w));
+        if (int mask = _mm_movemask_epi8(hit))
+            return t + static_cast<unsigned>(__builtin_ctz(mask));
+        t += 16;
+    }
+#else
+    (void)c;
+    (void)d;
+#endif
+    return skipPlain(s, t, end - t, a, b);
+}
+
 class SegmentMatcher {
 public:
     SegmentMatcher(const unsigned char* text, bool ci, UpperTable upper, LazyCharMode& mode)
@@ -193,10 +220,23 @@ unsigned long SegmentMatcher::nextCandidate(const Segment& s, unsigned long t, u
     unsigned char other = raw;
     if (((raw | 0x20) >= 'a' && (raw | 0x20) <= 'z') && Upper(raw ^ 0x20) == folded)
         other = raw ^ 0x20;
-    // The skip stops at every byte of 0x80 or above, so what it passes is clean.
+    // With a second literal byte the skip tests pairs. Its ASCII bytes that fold alike are
+    // found from the folded byte; a case that does not fold back keeps the single-byte skip.
+    bool pair = false;
+    unsigned char second = 0, secondOther = 0;
+    const unsigned next = s.Start + s.FirstLiteral + 1u;
+    if (s.FirstLiteral + 1u < s.Length && !Any[next] && Bytes[next] < 0x80 &&
+        Upper(Bytes[next]) == Bytes[next]) {
+        pair = true;
+        second = secondOther = Bytes[next];
+        if (((second | 0x20) >= 'a' && (second | 0x20) <= 'z') && Upper(second ^ 0x20) == second)
+            secondOther = second ^ 0x20;
+    }
+    // The skips stop at every byte of 0x80 or above, so what they pass is clean.
     const unsigned long start = t;
     for (;;) {
-        t = skipPlain(T, t, end - t, raw, other);
+        t = pair ? skipPair(T, t, end, raw, other, second, secondOther)
+                 : skipPlain(T, t, end - t, raw, other);
         if (t == end) {
             seenClean(start, end);
             return end;
@@ -204,7 +244,7 @@ unsigned long SegmentMatcher::nextCandidate(const Segment& s, unsigned long t, u
         unsigned char c = T[t];
         if (c >= 0x80 && !singleByteMode()) return UNDECIDED;
         if (c == raw || c == other || Upper(c) == folded) {
-            seenClean(start, t);
+            seenClean(start, c < 0x80 ? t + 1 : t);
             return t;
         }
         ++t;
@@ -272,70 +312,24 @@ template <bool Terminated> int SegmentMatcher::match(unsigned long textLength) {
     return decide(verify(Segments[end], limit) ? 1 : 0, length);
 }
 
-// The rest of a call that the leading literals did not settle; kept out of line so that the
-// common short calls do not pay for the matcher's frame.
+} // namespace
+
+// The rest of a call that the leading literals did not settle.
 template <bool Terminated>
-__attribute__((noinline)) int
-matchSegments(const unsigned char* text, unsigned long textLength, const unsigned char* pattern,
-              unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
-              unsigned char escape, bool ci, UpperTable upper, LazyCharMode& mode) {
+int matchSegments(const unsigned char* text, unsigned long textLength, const unsigned char* pattern,
+                  unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
+                  unsigned char escape, bool ci, UpperTable upper, LazyCharMode& mode) {
     SegmentMatcher m(text, ci, upper, mode);
     int parsed = m.parse<Terminated>(pattern, patternLength, anyMany, anyOne, escape);
     if (parsed <= 0) return parsed;
     return m.match<Terminated>(textLength);
 }
 
-template <bool Terminated>
-int bySegments(const unsigned char* text, unsigned long textLength, const unsigned char* pattern,
-               unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
-               unsigned char escape, bool ci, LazyCharMode& mode) {
-    // The part before the first anyMany is anchored and needs no search: while pattern and
-    // text are ASCII it is settled here, byte against byte; what follows is the same question
-    // about the rest of both.
-    UpperTable upper;
-    auto textEnded = [=](unsigned long i) { return Terminated ? !text[i] : i == textLength; };
-    auto patternEnded = [=](unsigned long j) {
-        return Terminated ? !pattern[j] : j == patternLength;
-    };
-    unsigned long i = 0, j = 0; // text and pattern positions
-    for (;; ++i, ++j) {
-        if (patternEnded(j)) return textEnded(i) ? 1 : 0;
-        unsigned char pc = pattern[j];
-        if (pc == anyMany || pc >= 0x80) break;
-        bool escaped = false;
-        if (pc != anyOne && pc == escape) {
-            if (patternEnded(j + 1) || pattern[j + 1] >= 0x80) break;
-            pc = pattern[j + 1];
-            escaped = true;
-        }
-        if (textEnded(i)) return 0;
-        unsigned char tc = text[i];
-        if (tc >= 0x80) break;
-        if (pc == anyOne && !escaped) continue;
-        if (tc != pc && (!ci || upper(tc) != upper(pc))) return 0;
-        j += escaped;
-    }
-    if (pattern[j] == anyMany) { // a prefix: nothing but anyMany may follow
-        unsigned long k = j + 1;
-        while (!patternEnded(k) && pattern[k] == anyMany) ++k;
-        if (patternEnded(k)) return 1;
-    }
-    return matchSegments<Terminated>(text + i, textLength - i, pattern + j, patternLength - j,
-                                     anyMany, anyOne, escape, ci, upper, mode);
-}
-
-} // namespace
-
-int likeBySegments(const unsigned char* text, unsigned long textLength,
-                   const unsigned char* pattern, unsigned long patternLength, unsigned char anyMany,
-                   unsigned char anyOne, unsigned char escape, bool ci, LazyCharMode& mode) {
-    return bySegments<false>(text, textLength, pattern, patternLength, anyMany, anyOne, escape, ci,
-                             mode);
-}
-
-int likeBySegments(const unsigned char* text, const unsigned char* pattern, unsigned char anyMany,
-                   unsigned char anyOne, unsigned char escape, bool ci, LazyCharMode& mode) {
-    return bySegments<true>(text, 0, pattern, 0, anyMany, anyOne, escape, ci, mode);
-}
+template int matchSegments<false>(const unsigned char*, unsigned long, const unsigned char*,
+                                  unsigned long, unsigned char, unsigned char, unsigned char, bool,
+                                  UpperTable, LazyCharMode&);
+template int matchSegments<true>(const unsigned char*, unsigned long, const unsigned char*,
+                                 unsigned long, unsigned char, unsigned char, unsigned char, bool,
+                                 UpperTable, LazyCharMode&);
 
 } // namespace kotext
