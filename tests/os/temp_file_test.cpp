@@ -12,6 +12,7 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
+#include "child_process.h"
 #include "kolib/files.h"
 #include "kolib/locate.h"
 #include "kolib/testing.h"
@@ -121,7 +122,6 @@ TEST(TempFile, AnUnusableDirectoryIsReportedAndNothingIsMadeElsewhere) {
         unsigned short Error;
     };
     std::vector<Case> cases = {{dir.file("missing"), 1509}, {dir.file("plain"), 30041}};
-    if (geteuid() != 0) cases.push_back({dir.file("readonly"), 1508}); // root writes anyway
     for (const Case& c : cases) {
         kotest::EnvGuard koVar("KO_TMPDIR", c.Dir.c_str());
         kotest::PushedList errors;
@@ -132,8 +132,25 @@ TEST(TempFile, AnUnusableDirectoryIsReportedAndNothingIsMadeElsewhere) {
         EXPECT_EQ(errors.lastNumber(), c.Error) << c.Dir;
         EXPECT_NE(errors.lastText().find(c.Dir), std::string::npos) << errors.lastText();
     }
+    // A directory the user may not write: as an ordinary user (the tests may run as root,
+    // whom the mode bits do not stop).
+    chmod(dir.path().c_str(), 0755);
+    chmod(other.path().c_str(), 0777);
+    chmod(dir.file("readonly").c_str(), 0555);
+    const std::string readOnly = dir.file("readonly");
+    kotest::ChildResult child = kotest::runForked([&] {
+        if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) return 10;
+        kotest::EnvGuard koVar("KO_TMPDIR", readOnly.c_str());
+        kotest::PushedList errors;
+        char name[BOS_PATH_BUFFER_SIZE] = "ignored";
+        int fd = -1;
+        if (bosFileOpen(name, BOS_OPEN_TEMP, &fd) != 1 || fd != 0) return 1;
+        if (errors.lastNumber() != 1508) return 2;
+        return errors.lastText().find(readOnly) != std::string::npos ? 0 : 3;
+    });
+    EXPECT_EQ(child.Status, 0);
     EXPECT_TRUE(entries(other.path()).empty());
-    EXPECT_TRUE(entries(dir.file("readonly")).empty());
+    EXPECT_TRUE(entries(readOnly).empty());
 }
 
 TEST(TempFile, ConcurrentCreatorsNeverShareAFile) {
