@@ -29,5 +29,6 @@ KO_TEST_API void bosFixNextTempName(const char* name);
 // Test hook of LIKE matching: strLike (counted form) by the general character-wise matcher
 // alone, without the byte-wise shortcuts, so tests can compare the two.
 KO_TEST_API int strLikeGeneral(const char* text, unsigned long textLength, const char* pattern,
-                          unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
-                          unsigned char escape, unsigned caseSensitive, unsigned exactLength);
+                               unsigned long patternLength, unsigned char anyMany,
+                               unsigned char anyOne, unsigned char escape, unsigned caseSensitive,
+                               unsigned exactLength);

@@ -22,7 +22,7 @@ const uint32_t DIR_MASK = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | 
 
 // Local file systems, where every change passes through this kernel and so is noticed.
 bool localFileSystem(const char* directory) {
-    static const long LOCAL[] = {
+    static const uint32_t LOCAL[] = {
         0xEF53,     // ext2, ext3, ext4
         0x58465342, // xfs
         0x9123683E, // btrfs
@@ -34,8 +34,9 @@ bool localFileSystem(const char* directory) {
     };
     struct statfs info;
     if (statfs(directory, &info) != 0) return false;
-    for (long type : LOCAL)
-        if (static_cast<long>(info.f_type) == type) return true;
+    // f_type is a 32-bit word on 32-bit systems: compare its low 32 bits.
+    for (uint32_t type : LOCAL)
+        if (static_cast<uint32_t>(info.f_type) == type) return true;
     return false;
 }
 

@@ -202,9 +202,12 @@ int likeCounted(const char* text, unsigned long textLength, const char* pattern,
 
 } // namespace
 
-int strLike(const char* text, unsigned long textLength, const char* pattern,
-            unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
-            unsigned char escape, unsigned caseSensitive, unsigned exactLength) {
+namespace {
+// The counted form, with or without the byte-wise shortcuts.
+int likeTrimmed(const char* text, unsigned long textLength, const char* pattern,
+                unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
+                unsigned char escape, unsigned caseSensitive, unsigned exactLength,
+                bool shortcuts) {
     if (!text) textLength = 0;
     if (!pattern) patternLength = 0;
     if (!exactLength) {
@@ -212,7 +215,15 @@ int strLike(const char* text, unsigned long textLength, const char* pattern,
         patternLength = withoutTrailingBlanks(pattern, patternLength);
     }
     return likeCounted(text, textLength, pattern, patternLength, anyMany, anyOne, escape,
-                       caseSensitive, true);
+                       caseSensitive, shortcuts);
+}
+} // namespace
+
+int strLike(const char* text, unsigned long textLength, const char* pattern,
+            unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
+            unsigned char escape, unsigned caseSensitive, unsigned exactLength) {
+    return likeTrimmed(text, textLength, pattern, patternLength, anyMany, anyOne, escape,
+                       caseSensitive, exactLength, true);
 }
 
 int strLike(const char* text, const char* pattern, unsigned char anyMany, unsigned char anyOne,
@@ -235,14 +246,8 @@ int strLike(const char* text, const char* pattern, unsigned char anyMany, unsign
 int strLikeGeneral(const char* text, unsigned long textLength, const char* pattern,
                    unsigned long patternLength, unsigned char anyMany, unsigned char anyOne,
                    unsigned char escape, unsigned caseSensitive, unsigned exactLength) {
-    if (!text) textLength = 0;
-    if (!pattern) patternLength = 0;
-    if (!exactLength) {
-        textLength = withoutTrailingBlanks(text, textLength);
-        patternLength = withoutTrailingBlanks(pattern, patternLength);
-    }
-    return likeCounted(text, textLength, pattern, patternLength, anyMany, anyOne, escape,
-                       caseSensitive, false);
+    return likeTrimmed(text, textLength, pattern, patternLength, anyMany, anyOne, escape,
+                       caseSensitive, exactLength, false);
 }
 
 int isCharEqual(const char* a, const char* b, unsigned short caseSensitive) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 #include "test_support.h"
 
@@ -28,5 +29,11 @@ struct ConfigHome {
         return all.str();
     }
 };
+
+// True when something (a file, a link, a directory) has this name.
+inline bool exists(const std::string& path) {
+    struct stat info;
+    return lstat(path.c_str(), &info) == 0;
+}
 
 } // namespace kotest

@@ -33,11 +33,6 @@ std::string get(const char* section, const char* entry, const std::string& file)
     return std::string(buffer, n);
 }
 
-bool exists(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0;
-}
-
 } // namespace
 
 TEST(IniCompat, BothReadingsOverTheSameFile) {
@@ -112,12 +107,12 @@ TEST(IniCompat, AReadDoesNotCreateAMissingFile) {
     {
         Mode mode(0);
         EXPECT_EQ(get("S", "k", strictFile), "-");
-        EXPECT_TRUE(exists(strictFile)); // kept as it always was
+        EXPECT_TRUE(kotest::exists(strictFile)); // kept as it always was
     }
     Mode mode(1);
     kotest::PushedList errors;
     EXPECT_EQ(get("S", "k", compatFile), "-");
-    EXPECT_FALSE(exists(compatFile));
+    EXPECT_FALSE(kotest::exists(compatFile));
     EXPECT_EQ(koWritePrivateProfileString("S", "k", "v", compatFile.c_str()), 1u);
     EXPECT_EQ(home.read("compat.ini"), "[S]\nk=v\n");
     EXPECT_EQ(get("S", "k", compatFile), "v");

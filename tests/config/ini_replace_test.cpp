@@ -56,11 +56,6 @@ double seconds() {
     return now.tv_sec + now.tv_nsec / 1e9;
 }
 
-bool exists(const std::string& path) {
-    struct stat info;
-    return lstat(path.c_str(), &info) == 0;
-}
-
 } // namespace
 
 TEST(IniReplace, TwoWriterProcessesLoseNothing) {
@@ -93,7 +88,7 @@ TEST(IniReplace, TwoWriterProcessesLoseNothing) {
     for (int i = rounds - 1; i >= 0; --i)
         lines += "e" + std::to_string(i) + "=v" + std::to_string(i) + "\n";
     EXPECT_EQ(home.read("shared.ini"), "[A]\n" + lines + "[B]\n" + lines + body);
-    EXPECT_FALSE(exists(file + ".kotmp"));
+    EXPECT_FALSE(kotest::exists(file + ".kotmp"));
 }
 
 TEST(IniReplace, ReadersNeverSeeAMissingOrPartialFile) {
@@ -105,7 +100,7 @@ TEST(IniReplace, ReadersNeverSeeAMissingOrPartialFile) {
     auto reader = [&] {
         long reads = 0, lastSeen = 0;
         char buffer[64];
-        while (!exists(done) || reads < 10) {
+        while (!kotest::exists(done) || reads < 10) {
             if (koGetProfileString("Section19999", "Entry4", "", buffer, sizeof buffer,
                                    "ODBC.INI") != 11 ||
                 std::string(buffer) != "value 99999")
@@ -131,7 +126,7 @@ TEST(IniReplace, ReadersNeverSeeAMissingOrPartialFile) {
         return 0;
     });
     EXPECT_EQ(waitFor(writer), 0);
-    if (!exists(done)) home.Dir.write("writer.done", "");
+    if (!kotest::exists(done)) home.Dir.write("writer.done", "");
     for (pid_t pid : readers) EXPECT_EQ(waitFor(pid), 0);
 }
 
@@ -185,14 +180,14 @@ TEST(IniReplace, AKilledWriterLeavesTheOldOrTheNewText) {
             current = textWith(n);
             EXPECT_EQ(WEXITSTATUS(status), 0);
             EXPECT_EQ(now, current);
-            EXPECT_FALSE(exists(file + ".kotmp"));
+            EXPECT_FALSE(kotest::exists(file + ".kotmp"));
         }
     }
     EXPECT_GE(killed, 50);
     // The next write that completes takes the stale temporary file away.
     ASSERT_EQ(writeVersion(99), 0);
     EXPECT_EQ(home.read("crash.ini"), textWith(99));
-    EXPECT_FALSE(exists(file + ".kotmp"));
+    EXPECT_FALSE(kotest::exists(file + ".kotmp"));
     std::printf("%d writes killed, %d completed; one write %.0f ms\n", killed, completed,
                 duration * 1000);
 }
@@ -209,7 +204,8 @@ TEST(IniReplace, LinksModesOwnersAndAFullDisk) {
     ASSERT_EQ(lstat(home.at("link.ini").c_str(), &info), 0);
     EXPECT_TRUE(S_ISLNK(info.st_mode));
     EXPECT_EQ(home.read("real/target.ini"), "[S]\nk=new\n");
-    EXPECT_FALSE(exists(home.at("link.ini.kotmp")) || exists(home.at("real/target.ini.kotmp")));
+    EXPECT_FALSE(kotest::exists(home.at("link.ini.kotmp")) ||
+                 kotest::exists(home.at("real/target.ini.kotmp")));
 
     // Permission bits, owner and group stay; a hard link keeps the old text.
     home.Dir.write("secret.ini", "[S]\npwd=a\n");
@@ -239,7 +235,7 @@ TEST(IniReplace, LinksModesOwnersAndAFullDisk) {
     });
     EXPECT_EQ(child.Status, 0);
     EXPECT_TRUE(home.read("large.ini") == large);
-    EXPECT_FALSE(exists(path + ".kotmp"));
+    EXPECT_FALSE(kotest::exists(path + ".kotmp"));
 }
 
 TEST(IniReplace, NamesAndValuesThatCouldNotBeReadBack) {
