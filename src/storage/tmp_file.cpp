@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <unistd.h>
 #include "kolib/errors.h"
 #include "kolib/files.h"
 #include "kolib/kostring.h"
@@ -99,8 +100,9 @@ unsigned KoTmpFile::tmpRdFile(char* buffer, uint16_t block) {
         return 0;
     }
     if (!FileHan1 && openFile()) return 1;
-    long count = 0;
-    bosFileRead(FileHan1, static_cast<long>(block) * BLOCK_SIZE, buffer, BLOCK_SIZE, &count);
+    ssize_t count = 0;
+    do count = pread(FileHan1, buffer, BLOCK_SIZE, static_cast<off_t>(block) * BLOCK_SIZE);
+    while (count < 0 && errno == EINTR);
     if (count < 0) {
         bosMapError(static_cast<unsigned short>(errno), FileName1);
         return 1;
