@@ -12,13 +12,13 @@
 #include "ini_watch.h"
 
 namespace {
-void koIniSetCompatible(KoIniFileCacheList* list, int mode);
+void applyCompatibleMode(KoIniFileCacheList* list, int mode);
 }
 
 KoIniFileCacheList::KoIniFileCacheList()
     : Semaphore(nullptr, nullptr), Watcher(KoIniWatcher::create()), CompatibleMode(0),
       Names(nullptr) {
-    koIniSetCompatible(this, -1);
+    applyCompatibleMode(this, -1);
 }
 
 KoIniFileCacheList::~KoIniFileCacheList() {
@@ -100,7 +100,7 @@ void KoIniFileCacheList::remove(KoIniFileCache* cache) {
 
 namespace {
 // -1: as KO_INI_COMPAT says now.
-void koIniSetCompatible(KoIniFileCacheList* list, int mode) {
+void applyCompatibleMode(KoIniFileCacheList* list, int mode) {
     if (mode < 0) {
         const char* setting = bosGetEnv("KO_INI_COMPAT");
         mode = setting && std::strcmp(setting, "1") == 0;
@@ -112,7 +112,7 @@ void koIniSetCompatible(KoIniFileCacheList* list, int mode) {
 unsigned koIniSetCompatible(int mode) {
     KoIniFileCacheList* list = KoIniFileCacheList::getTaskList();
     if (!list) return 1;
-    koIniSetCompatible(list, mode);
+    applyCompatibleMode(list, mode);
     return 0;
 }
 
