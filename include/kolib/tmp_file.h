@@ -105,4 +105,8 @@ private:
     char* Buf;
     KoSortedArray FreeMap;
     KoCriticalSection CriticalSection;
+    char* Map;          // the spill file mapped for reading, or null
+    uint32_t MapBlocks; // blocks the mapping spans (it may reach past the file's end)
+    void mapFile();
+    void unmapFile();
 };

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <sys/mman.h>
 #include <unistd.h>
 #include "kolib/errors.h"
 #include "kolib/files.h"
@@ -35,7 +36,7 @@ int16_t TmpSpace::compare(const KoObject* other) const {
 KoTmpFile::KoTmpFile(uint16_t cacheSize, unsigned criticalSectionOption)
     : BufSize(cacheSize), FileSize(0), NextAvail(1), FileHan1(0), FileName1(nullptr), NumBlks1(0),
       Blocks(nullptr), Buf(nullptr), FreeMap(),
-      CriticalSection(static_cast<int>(criticalSectionOption)) {}
+      CriticalSection(static_cast<int>(criticalSectionOption)), Map(nullptr), MapBlocks(0) {}
 
 KoTmpFile::~KoTmpFile() {
     tmpTruncate(0);
@@ -93,10 +94,40 @@ unsigned KoTmpFile::tmpWrFile(const char* buffer, uint16_t block) {
     return 0;
 }
 
+// Spilled blocks are read through a shared mapping of the file, which sees every write made
+// with pwrite: a cache miss then costs a copy, not a system call. The mapping is made with
+// room to grow (pages past the file's end are never touched: only blocks written in full are
+// read through it) and made again when the file outgrows it. Without it, pread.
+void KoTmpFile::mapFile() {
+    uint32_t blocks = NumBlks1 ? static_cast<uint32_t>(NumBlks1) * 2 : 65536u;
+    if (blocks < 64) blocks = 64;
+    if (blocks > 65536) blocks = 65536;
+    if (!FileHan1 && openFile()) return;
+    void* made = mmap(nullptr, static_cast<std::size_t>(blocks) * BLOCK_SIZE, PROT_READ, MAP_SHARED,
+                      FileHan1, 0);
+    if (made == MAP_FAILED) return; // pread serves
+    unmapFile();
+    Map = static_cast<char*>(made);
+    MapBlocks = blocks;
+}
+
+void KoTmpFile::unmapFile() {
+    if (Map) munmap(Map, static_cast<std::size_t>(MapBlocks) * BLOCK_SIZE);
+    Map = nullptr;
+    MapBlocks = 0;
+}
+
 // A block that never reached the disk reads as zeros.
 unsigned KoTmpFile::tmpRdFile(char* buffer, uint16_t block) {
     if (!FileName1 || block > FileSize) {
         std::memset(buffer, 0, BLOCK_SIZE);
+        return 0;
+    }
+    // NumBlks1 is 0 once 65,536 blocks were written (16 bits): then every block is whole.
+    bool whole = NumBlks1 == 0 ? FileSize == 65535 : block < NumBlks1;
+    if (whole && block >= MapBlocks) mapFile();
+    if (whole && block < MapBlocks) {
+        std::memcpy(buffer, Map + static_cast<std::size_t>(block) * BLOCK_SIZE, BLOCK_SIZE);
         return 0;
     }
     if (!FileHan1 && openFile()) return 1;
@@ -271,6 +302,7 @@ void KoTmpFile::tmpTruncate(unsigned keepBuffer) {
     }
     for (unsigned long i = 0; i < FreeMap.getCount(); ++i) delete FreeMap.at(i);
     FreeMap.reset();
+    unmapFile();
     if (FileName1) {
         if (FileHan1) bosFileClose(FileHan1);
         bosFileDelete(FileName1);
