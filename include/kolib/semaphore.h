@@ -85,7 +85,7 @@ private:
 // One System V semaphore set of the task.
 struct SemaSetInfo_st {
     uint16_t NumberOfSems;
-    uint16_t UseCount; // semaphores handed out; also the next number to hand out
+    uint16_t UseCount; // numbers handed out so far, which is also the next number to hand out
     uint32_t SetID;
 };
 
@@ -128,6 +128,10 @@ public:
     uint16_t NumberOfSets;
     SemArray SemaphoreList;
     KoSemaphoreDumpLabels* Labels; // the dump texts, loaded only with the dump switch
+    // Semaphores of each set still alive. A freed number is never handed out again (the set's
+    // UseCount only grows), so two live objects can never share a number; the set goes back to
+    // the system when this reaches 0.
+    uint16_t LiveCount[KO_SEM_MAX_SETS];
 };
 
 // Acquire through a pointer that may not hold a semaphore yet: 0 or 2 make one (the pointer

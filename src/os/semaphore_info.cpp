@@ -1,7 +1,7 @@
 // The task's semaphore bookkeeping and the allocation of a KoSemaphore. KoSemaphoreInfo
 // (per-task slot MDS_PER_TASK_SEM_INFO) records up to ten System V sets; a set's UseCount is
-// both the number of semaphores handed out and the next number to hand out, so numbers only
-// grow until the set is given back whole. The bookkeeping is not locked: allocations and frees
+// the next number to hand out and only grows, LiveCount counts the set's semaphores still
+// alive, and the set is given back whole when that reaches 0. The bookkeeping is not locked: allocations and frees
 // within a task come from one thread at a time. The first allocation, normally the library's
 // own static semaphore at load, reads the environment for the whole process.
 #include <cerrno>
@@ -63,7 +63,7 @@ bool hasRoom(const SemaSetInfo_st& set) {
 
 KoSemaphoreInfo::KoSemaphoreInfo()
     : SemaSetInfo(), YieldTime(0), SpinCount(0), LimitUseCount(0), Debug(0), Initialized(false),
-      NumberOfSets(0), Labels(nullptr) {}
+      NumberOfSets(0), Labels(nullptr), LiveCount() {}
 
 KoSemaphoreInfo::~KoSemaphoreInfo() {
     ramFree(Labels);
@@ -133,6 +133,7 @@ unsigned KoSemaphore::makeSet(unsigned short index) {
     record.NumberOfSems = static_cast<uint16_t>(count);
     record.UseCount = 0;
     record.SetID = static_cast<uint32_t>(id);
+    InfoPtr->LiveCount[index] = 0;
     ++InfoPtr->NumberOfSets;
     return 0;
 }
@@ -172,6 +173,7 @@ void KoSemaphore::bosSemaphoreAlloc() {
         NoSpinLock = 1;
         SemaphoreSetID = newest->SetID;
         SemaphoreNumber = newest->UseCount++;
+        ++info.LiveCount[info.NumberOfSets - 1];
     } else {
         NoSpinLock = 0;
         SpinLock = 0;
@@ -186,10 +188,15 @@ void KoSemaphore::bosSemaphoreFree() {
     KoSemaphoreInfo& info = *InfoPtr;
     if (info.Labels) koSemaphoreReleaseDump(this);
     if (NoSpinLock) {
-        for (SemaSetInfo_st& set : info.SemaSetInfo) {
+        // Counting the set's numbers back down, as older code did, would hand the next
+        // allocation a number that a live semaphore still holds: two locks sharing one
+        // semaphore, and a thread taking both waits for itself for ever.
+        for (unsigned i = 0; i < KO_SEM_MAX_SETS; ++i) {
+            SemaSetInfo_st& set = info.SemaSetInfo[i];
             if (set.SetID == 0 || set.SetID != SemaphoreSetID) continue;
-            if (set.UseCount) --set.UseCount;
-            if (set.UseCount == 0) {
+            if (info.LiveCount[i]) --info.LiveCount[i];
+            if (info.LiveCount[i] == 0) {
+                set.UseCount = 0;
                 semctl(static_cast<int>(set.SetID), 0, IPC_RMID);
                 set.SetID = 0;
                 set.NumberOfSems = 0;

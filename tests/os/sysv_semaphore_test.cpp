@@ -80,12 +80,17 @@ KO_CHILD_SCENARIO(FillSets) {
     delete next; // the only semaphore of its set: the set goes
     CHILD_CHECK(setSize(second) == -1 && info->NumberOfSets == 1);
 
-    // A number given back is not handed out again: the next one is the set's use count.
+    // A number given back is not handed out again, and no live number is handed out twice:
+    // with the first set's numbers used up, the next semaphore opens a new set, and holding
+    // it together with every other one never waits.
     delete sems[0];
     sems[0] = new KoSemaphore(nullptr, nullptr);
-    CHILD_CHECK(sems[0]->SemaphoreSetID == first && sems[0]->getSemaphoreNumber() == size - 1);
+    uint32_t third = sems[0]->SemaphoreSetID;
+    CHILD_CHECK(third != first && setSize(third) == size && sems[0]->getSemaphoreNumber() == 0);
+    for (KoSemaphore* semaphore : sems) semaphore->SemaphoreEnter();
+    for (KoSemaphore* semaphore : sems) semaphore->SemaphoreExit();
     for (KoSemaphore* semaphore : sems) delete semaphore;
-    CHILD_CHECK(setSize(first) == size);
+    CHILD_CHECK(setSize(first) == size && setSize(third) == -1);
     std::printf("sets: %u %u\n", first, second);
     return 0;
 }
