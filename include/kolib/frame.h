@@ -131,7 +131,8 @@ enum {
     KO_DEBUG_INI_OPEN = 0x0080,
     KO_DEBUG_EXIST = 0x0100,
     KO_DEBUG_FIND_FILES = 0x0200,
-    KO_DEBUG_PATH = 0x0400
+    KO_DEBUG_PATH = 0x0400,
+    KO_DEBUG_DIALOG = 0x0800 // the texts of message boxes that the stubs do not show
 };
 
 extern KO_API KoRunTimeDebug BOS_RUNTIME_DEBUG;
