@@ -10,7 +10,7 @@ FUZZ_SECONDS ?= 60
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX     ?= /usr/local
 
-.PHONY: all configure build demo test check check-asan check-tsan check-m32 bench fuzz install clean format
+.PHONY: all configure build demo test check check-asan check-tsan check-fuzz check-m32 bench fuzz install clean format
 
 all: build
 
@@ -31,7 +31,7 @@ test: build
 	cd $(BUILD) && ctest --output-on-failure --no-tests=error -j $(JOBS)
 
 # AddressSanitizer and UndefinedBehaviorSanitizer over every test, then ThreadSanitizer.
-check: check-asan check-tsan
+check: check-asan check-tsan check-fuzz
 
 check-asan:
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DKOLIB_BENCH=OFF \
@@ -70,6 +70,16 @@ install:
 	  -DKOLIB_BENCH=OFF >/dev/null
 	cmake --build $(RELEASE_BUILD) -j $(JOBS)
 	cmake --install $(RELEASE_BUILD) --prefix $(PREFIX)
+
+# A short fuzzing run of the query-file reader, part of `make check` (clang).
+FUZZ_CHECK_SECONDS ?= 20
+check-fuzz:
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DKOLIB_TESTS=OFF -DKOLIB_BENCH=OFF -DKOLIB_FUZZ=ON -DFUZZ_SECONDS=$(FUZZ_SECONDS) >/dev/null
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_query
+	mkdir -p $(FUZZ_BUILD)/corpus/fuzz_query
+	$(FUZZ_BUILD)/bin/fuzz_query -max_total_time=$(FUZZ_CHECK_SECONDS) -timeout=5 \
+	  -print_final_stats=1 $(FUZZ_BUILD)/corpus/fuzz_query fuzz/corpus/fuzz_query
 
 # The libFuzzer targets of fuzz/ (clang), each run for FUZZ_SECONDS over its seed corpus.
 fuzz:

@@ -124,6 +124,22 @@ spill=$(mktemp -d)
 )
 rm -rf "$spill"
 
+echo "== A saved query definition (a copy of examples/sales_by_region.kqf)"
+queries=$(mktemp -d)
+cp "$here/sales_by_region.kqf" "$queries/"
+(
+    cd "$queries"
+    run 0 query show sales_by_region.kqf
+    run 0 query set sales_by_region.kqf PARAMETERS end 2027-03-31
+    run 0 query set sales_by_region.kqf "USER COMMANDS" SET.QUERY.DESCRIPTION '"Sales to the end of March"'
+    echo "\$ diff examples/sales_by_region.kqf sales_by_region.kqf   (only the changed lines differ)"
+    diff "$here/sales_by_region.kqf" sales_by_region.kqf || true
+    echo
+    run 1 query set sales_by_region.kqf PARAMETERS "bad=name" x
+    run 2 query set sales_by_region.kqf OPTIONS x y
+)
+rm -rf "$queries"
+
 if [ -s "$failures" ]; then
     echo "demo: these commands did not end as expected:" >&2
     cat "$failures" >&2

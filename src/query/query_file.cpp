@@ -179,7 +179,8 @@ unsigned KoQueryFile::parseHead() {
     if (at < end && koQueryIsUseLine(at, end)) {
         const char* next = koQueryNextLine(at, end);
         const char* name = at + 4;
-        unsigned long length = koQueryLineLength(name, static_cast<unsigned long>(next - name));
+        unsigned long length =
+            koQueryWithoutEnd(name, static_cast<unsigned long>(next - name), CrLf);
         HasDatabase = true;
         if (Database.initialize(name, length)) return 1;
         at = next;
@@ -192,10 +193,7 @@ unsigned KoQueryFile::parseHead() {
         unsigned long length = static_cast<unsigned long>(next - from);
         // The last line gives up the file's own line end only, so a statement that ends in
         // a carriage return keeps it.
-        if (next == end && length && from[length - 1] == '\n') {
-            --length;
-            if (CrLf && length && from[length - 1] == '\r') --length;
-        }
+        if (next == end) length = koQueryWithoutEnd(from, length, CrLf);
         if (koQueryAppend(&Statement, from, length)) return 1;
         at = next;
     }

@@ -24,8 +24,10 @@ struct Entry {
     unsigned long ValueLength;
 };
 
-bool parseEntry(const char* at, const char* next, bool command, Entry* entry) {
-    unsigned long length = koQueryLineLength(at, static_cast<unsigned long>(next - at));
+// A value ends before the file's own line end only (LF, or CRLF in a CRLF file), so that it
+// reads the same after a line end is added behind a last line that had none.
+bool parseEntry(const char* at, const char* next, bool command, bool crlf, Entry* entry) {
+    unsigned long length = koQueryWithoutEnd(at, static_cast<unsigned long>(next - at), crlf);
     const void* mark = std::memchr(at, command ? ' ' : '=', length);
     if (!mark && !command) return false;
     const char* split = mark ? static_cast<const char*>(mark) : at + length;
@@ -120,7 +122,7 @@ unsigned KoQueryFile::listParameters(const char* section, KoArray* names) {
     for (const char* at = text.Buf; at && at < end;) {
         const char* next = koQueryNextLine(at, end);
         Entry entry;
-        if (parseEntry(at, next, index == Commands, &entry)) {
+        if (parseEntry(at, next, index == Commands, CrLf, &entry)) {
             KoString* name = new KoString;
             if (!name || name->initialize(entry.Name, entry.NameLength) || names->add(name)) {
                 if (!name) KoErrorKeeper::addMemoryError();
@@ -146,7 +148,7 @@ unsigned KoQueryFile::getParameter(const char* section, const char* name, KoStri
     for (const char* at = text.Buf; at && at < end;) {
         const char* next = koQueryNextLine(at, end);
         Entry entry;
-        if (parseEntry(at, next, index == Commands, &entry) &&
+        if (parseEntry(at, next, index == Commands, CrLf, &entry) &&
             koQueryNameIs(entry.Name, entry.NameLength, name)) {
             *found = 1;
             return koQueryAssign(value, entry.Value, entry.ValueLength);
@@ -172,10 +174,11 @@ unsigned KoQueryFile::setParameter(const char* section, const char* name, const 
     for (const char* at = old.Buf; at && at < end;) {
         const char* next = koQueryNextLine(at, end);
         Entry entry;
-        if (!done && parseEntry(at, next, command, &entry) &&
+        if (!done && parseEntry(at, next, command, CrLf, &entry) &&
             koQueryNameIs(entry.Name, entry.NameLength, name)) {
             // The line keeps its name's spelling and its ending; the value changes.
-            const char* ending = at + koQueryLineLength(at, static_cast<unsigned long>(next - at));
+            const char* ending =
+                at + koQueryWithoutEnd(at, static_cast<unsigned long>(next - at), CrLf);
             if (koQueryAppend(&text, at, entry.NameLength + 1) || text.concat(value) ||
                 koQueryAppend(&text, ending, static_cast<unsigned long>(next - ending)))
                 return 1;
@@ -206,7 +209,7 @@ unsigned KoQueryFile::deleteParameter(const char* section, const char* name, int
     for (const char* at = old.Buf; at && at < end;) {
         const char* next = koQueryNextLine(at, end);
         Entry entry;
-        if (parseEntry(at, next, index == Commands, &entry) &&
+        if (parseEntry(at, next, index == Commands, CrLf, &entry) &&
             koQueryNameIs(entry.Name, entry.NameLength, name))
             removed = true;
         else if (koQueryAppend(&text, at, static_cast<unsigned long>(next - at)))

@@ -40,6 +40,13 @@ unsigned long koQueryLineLength(const char* line, unsigned long length) {
     return length;
 }
 
+unsigned long koQueryWithoutEnd(const char* line, unsigned long length, bool crlf) {
+    if (!length || line[length - 1] != '\n') return length;
+    --length;
+    if (crlf && length && line[length - 1] == '\r') --length;
+    return length;
+}
+
 const char* koQueryNextLine(const char* at, const char* end) {
     const void* feed = std::memchr(at, '\n', static_cast<size_t>(end - at));
     return feed ? static_cast<const char*>(feed) + 1 : end;

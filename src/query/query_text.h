@@ -15,6 +15,10 @@ unsigned koQueryReserve(KoString* text, unsigned long length);
 bool koQueryNumber(const char* digits, unsigned long length, unsigned long* value);
 // The length of a line without its LF or CRLF.
 unsigned long koQueryLineLength(const char* line, unsigned long length);
+// The length of a line without the file's own line end: LF, and in a CRLF file (`crlf`) the
+// CR before it. A line without LF keeps every byte, so a value read back after a line end is
+// added to it is the same.
+unsigned long koQueryWithoutEnd(const char* line, unsigned long length, bool crlf);
 // The start of the line after the one at `at` (or `end`).
 const char* koQueryNextLine(const char* at, const char* end);
 // Whether the line at `at` reads exactly `text` (its ending aside).

@@ -143,6 +143,20 @@ TEST(QueryFile, HandWrittenFilesReadAndWriteBackByteForByte) {
               "REFRESH\n",
               slurp(dir.file("q.kqf")));
 
+    // A file that stops without a line end (or after a lone CR) gains one before a new
+    // section, and reads back as the same definition.
+    for (const char* cut :
+         {"KOQUERY 1\r\nuse db\r", "KOQUERY 1\nSELECT 1\r", "KOQUERY 1\nx\n[DEFINITION]\na=1"}) {
+        dir.write("cut.kqf", cut);
+        KoQueryFile before, after;
+        ASSERT_EQ(0u, before.read(dir.file("cut.kqf").c_str()));
+        ASSERT_EQ(0u, before.setParameter("PARAMETERS", "p", "1"));
+        std::string want = definition(before);
+        ASSERT_EQ(0u, before.write(dir.file("cut.kqf").c_str()));
+        ASSERT_EQ(0u, after.read(dir.file("cut.kqf").c_str()));
+        EXPECT_EQ(want, definition(after)) << cut;
+    }
+
     // A CRLF file keeps CRLF for the lines it gains.
     dir.write("crlf.kqf", "KOQUERY 1\r\nSELECT 1\r\n");
     KoQueryFile c;

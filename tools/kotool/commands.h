@@ -17,6 +17,7 @@ int cmdDelete(int argc, char** argv);
 int cmdGrammarParse(int argc, char** argv);
 int cmdTree(int argc, char** argv);
 int cmdCheck(int argc, char** argv);
+int cmdQuery(int argc, char** argv);
 
 // After a failed look-up on the file at `path`: a one-line hint on standard error when the
 // file has lines `kotool check` would list.

@@ -30,6 +30,8 @@ const Command COMMANDS[] = {
     {"parse", cmdGrammarParse, "parse GRAMMAR KEYWORDS TEXT",
      "the reduction tree of TEXT under a grammar file, or where it fails"},
     {"tree", cmdTree, "tree N", "a B-tree of N random keys, walked, half deleted, checked"},
+    {"query", cmdQuery, "query show FILE | set FILE SECTION NAME VALUE",
+     "a saved query definition shown, or one parameter changed"},
 };
 
 int usage(FILE* out) {
