@@ -5,12 +5,14 @@ TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-bench
 M32_BUILD  ?= build-m32
 RELEASE_BUILD ?= build-release
+PACKAGE_BUILD ?= build-package
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 60
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX     ?= /usr/local
 
-.PHONY: all configure build demo test check check-asan check-tsan check-fuzz check-m32 bench fuzz install clean format
+.PHONY: all configure build demo test check check-asan check-tsan check-fuzz check-m32 bench fuzz install \
+  package test-install clean format
 
 all: build
 
@@ -71,6 +73,19 @@ install:
 	cmake --build $(RELEASE_BUILD) -j $(JOBS)
 	cmake --install $(RELEASE_BUILD) --prefix $(PREFIX)
 
+# A Debian package (CPack) of a release build made for the prefix /usr.
+package:
+	cmake -S . -B $(PACKAGE_BUILD) -DCMAKE_BUILD_TYPE=Release -DKOLIB_TESTS=OFF \
+	  -DKOLIB_BENCH=OFF -DCMAKE_INSTALL_PREFIX=/usr >/dev/null
+	cmake --build $(PACKAGE_BUILD) -j $(JOBS)
+	cd $(PACKAGE_BUILD) && cpack
+	@ls $(PACKAGE_BUILD)/*.deb
+
+# Install into a temporary prefix, build and run the clients of examples/client against it;
+# as root with dpkg, also the Debian package.
+test-install:
+	bash tests/install/run.sh $(RELEASE_BUILD) $(PACKAGE_BUILD) $(JOBS)
+
 # A short fuzzing run of the query-file reader, part of `make check` (clang).
 FUZZ_CHECK_SECONDS ?= 20
 check-fuzz:
@@ -92,4 +107,4 @@ format:
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(M32_BUILD) $(RELEASE_BUILD) \
-	  $(FUZZ_BUILD)
+	  $(FUZZ_BUILD) $(PACKAGE_BUILD)

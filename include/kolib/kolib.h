@@ -18,6 +18,7 @@
 #include "kolib/grammar.h"
 #include "kolib/hexify.h"
 #include "kolib/host.h"
+#include "kolib/library_version.h"
 #include "kolib/ini_cache.h"
 #include "kolib/keyword_list.h"
 #include "kolib/kostring.h"
@@ -56,3 +57,4 @@
 #include "kolib/typed_arrays.h"
 #include "kolib/unicode.h"
 #include "kolib/value_parser.h"
+#include "kolib/version.h"

@@ -2,6 +2,8 @@
 #include <cstdio>
 #include <cstring>
 #include "commands.h"
+#include "kolib/library_version.h"
+#include "kolib/version.h"
 
 namespace {
 struct Command {
@@ -35,7 +37,7 @@ const Command COMMANDS[] = {
 };
 
 int usage(FILE* out) {
-    std::fprintf(out, "usage: kotool COMMAND [ARGS]\n\ncommands:\n");
+    std::fprintf(out, "usage: kotool COMMAND [ARGS]\n       kotool --version\n\ncommands:\n");
     for (const Command& c : COMMANDS) std::fprintf(out, "  %-28s %s\n", c.Usage, c.Help);
     std::fprintf(out, "\nexit status: 0 done, 1 failed or a negative answer (no match, not\n"
                       "found, lines found by check), 2 usage error (check and parse: also a\n"
@@ -49,6 +51,11 @@ int main(int argc, char** argv) {
     if (!std::strcmp(argv[1], "help") || !std::strcmp(argv[1], "--help") ||
         !std::strcmp(argv[1], "-h"))
         return usage(stdout);
+    if (!std::strcmp(argv[1], "--version")) {
+        // The tool's own version, and the library's that is actually loaded.
+        std::printf("kotool %s (libkolib %s)\n", KOLIB_VERSION_STRING, koVersion());
+        return 0;
+    }
     for (const Command& c : COMMANDS)
         if (!std::strcmp(argv[1], c.Name)) return c.Run(argc - 1, argv + 1);
     std::fprintf(stderr, "kotool: unknown command '%s'\n", argv[1]);
