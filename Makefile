@@ -86,15 +86,10 @@ package:
 test-install:
 	bash tests/install/run.sh $(RELEASE_BUILD) $(PACKAGE_BUILD) $(JOBS)
 
-# A short fuzzing run of the query-file reader, part of `make check` (clang).
+# A short fuzzing pass over every target, part of `make check` (clang).
 FUZZ_CHECK_SECONDS ?= 20
 check-fuzz:
-	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-	  -DKOLIB_TESTS=OFF -DKOLIB_BENCH=OFF -DKOLIB_FUZZ=ON -DFUZZ_SECONDS=$(FUZZ_SECONDS) >/dev/null
-	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_query
-	mkdir -p $(FUZZ_BUILD)/corpus/fuzz_query
-	$(FUZZ_BUILD)/bin/fuzz_query -max_total_time=$(FUZZ_CHECK_SECONDS) -timeout=5 \
-	  -print_final_stats=1 $(FUZZ_BUILD)/corpus/fuzz_query fuzz/corpus/fuzz_query
+	$(MAKE) fuzz FUZZ_SECONDS=$(FUZZ_CHECK_SECONDS)
 
 # The libFuzzer targets of fuzz/ (clang), each run for FUZZ_SECONDS over its seed corpus.
 fuzz:
