@@ -49,6 +49,7 @@
 #include "kolib/strutil.h"
 #include "kolib/substring.h"
 #include "kolib/thread.h"
+#include "kolib/time_stamp.h"
 #include "kolib/tmp_file.h"
 #include "kolib/tree.h"
 #include "kolib/token.h"
@@ -56,3 +57,4 @@
 #include "kolib/typed_arrays.h"
 #include "kolib/unicode.h"
 #include "kolib/value_parser.h"
+#include "kolib/vm_pages.h"
