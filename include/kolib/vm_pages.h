@@ -3,7 +3,7 @@
 // any cached copy, so the cache never holds unsaved data and eviction never writes. A file
 // must be dropped from the cache (bvmFlush or bvmFileClose) before its handle is closed or
 // reused. Functions return 0 for success and 1 for failure with the reason on the calling
-// thread's error list.
+// thread's error list. A null cache handle reads and writes straight through to the file.
 #pragma once
 
 #include <cstdint>

@@ -2,7 +2,6 @@
 // parser's limits and malformed texts, and the componentwise comparisons.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <ctime>
 #include <string>
 #include "kolib/time_stamp.h"
@@ -23,54 +22,40 @@ std::string dayTime(const KoTime& t) {
     return buffer;
 }
 
-bool allZero(const KoTime& t) {
-    return t == KoTime();
-}
-
 } // namespace
 
 TEST(TimeStamp, TextFormsAgainstStrftime) {
-    EXPECT_EQ(dayTime(stamp(1999, 7, 4, 13, 5, 9, 250)), "07:04:1999:13:05:09.25");
     char time[KoTime::TIME_LENGTH + 1];
     EXPECT_EQ(stamp(1999, 7, 4, 13, 5, 9, 250).formatTime(time), 11u);
     EXPECT_EQ(std::string(time), "13:05:09.25");
     EXPECT_EQ(dayTime(stamp(5, 1, 2, 0, 0, 0, 9)), "01:02:0005:00:00:00.00");
-
     // Broken down by localtime_r in the caller's zone, as bosdate does.
-    for (time_t t : {time_t(0), time_t(951782400), time_t(1700000000), time_t(2147483647)}) {
+    for (time_t t : {time_t(0), time_t(951782400), time_t(2147483647), std::time(nullptr)}) {
         std::tm parts{};
         localtime_r(&t, &parts);
-        KoTime k = stamp(parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
-                         parts.tm_min, parts.tm_sec, 370);
         char expected[64];
         std::strftime(expected, sizeof expected, "%m:%d:%Y:%H:%M:%S.37", &parts);
-        EXPECT_EQ(dayTime(k), expected);
+        EXPECT_EQ(dayTime(stamp(parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday,
+                                parts.tm_hour, parts.tm_min, parts.tm_sec, 370)),
+                  expected);
     }
-
     // The current time: bosdate agrees with localtime_r and leaves milli alone.
-    for (;;) {
-        time_t before = std::time(nullptr);
-        os_time now{};
-        now.milli = 777;
-        bosdate(&now);
-        char full[KoTime::DAY_TIME_LENGTH + 1];
+    time_t before;
+    KoTime now;
+    char full[KoTime::DAY_TIME_LENGTH + 1];
+    do { // again when a second began meanwhile
+        before = std::time(nullptr);
+        now.ostime.milli = 777;
+        bosdate(&now.ostime);
         KoTime::getCurrentDayTimeStamp(full);
-        if (std::time(nullptr) != before) continue; // a second began meanwhile: again
-        std::tm parts{};
-        localtime_r(&before, &parts);
-        EXPECT_EQ(now.milli, 777u);
-        now.milli = 0;
-        KoTime k;
-        k.ostime = now;
-        char expected[64];
-        std::strftime(expected, sizeof expected, "%m:%d:%Y:%H:%M:%S", &parts);
-        EXPECT_EQ(dayTime(k).substr(0, 19), expected);
-        EXPECT_EQ(std::string(full).substr(0, 19), expected);
-        EXPECT_EQ(full[19], '.');
-        EXPECT_EQ(KoTime::getCurrentTimeStamp(full), 11u);
-        EXPECT_EQ(std::strlen(full), 11u);
-        break;
-    }
+    } while (std::time(nullptr) != before);
+    std::tm parts{};
+    localtime_r(&before, &parts);
+    char expected[64];
+    std::strftime(expected, sizeof expected, "%m:%d:%Y:%H:%M:%S.77", &parts);
+    EXPECT_EQ(dayTime(now), expected);
+    EXPECT_EQ(std::string(full, 19), std::string(expected, 19));
+    EXPECT_EQ(KoTime::getCurrentTimeStamp(full), 11u);
 }
 
 TEST(TimeStamp, Parsing) {
@@ -78,22 +63,16 @@ TEST(TimeStamp, Parsing) {
     KoTime t;
     ASSERT_EQ(t.initialize("11:30:2000:23:59:59.99"), 0u);
     EXPECT_TRUE(t == stamp(2000, 11, 30, 23, 59, 59, 99));
-    // The fraction is taken as milli as written, and written back as tenths and hundredths
-    // of milliseconds: .25 reads as 25 and writes as .02.
+    // The fraction is taken as milli as written and written back as tenths and hundredths of
+    // a second: .25 comes back as .02.
     ASSERT_EQ(t.initialize("7:4:1999:13:5:9.25xyz"), 0u);
     EXPECT_EQ(dayTime(t), "07:04:1999:13:05:09.02");
-    ASSERT_EQ(t.initialize("00:00:0000:00:00:00."), 0u);
-    EXPECT_TRUE(allZero(t));
-
     for (const char* bad :
-         {"12:01:2000:00:00:00.00", "01:01:2101:00:00:00.00", "01:32:2000:00:00:00.00",
-          "01:01:2000:24:00:00.00", "01:01:2000:00:60:00.00", "01:01:2000:00:00:60.00",
-          "01:01:2000:00:00:00.100", "01:01:2000:00:00:00", "01:01:2000:00:00:00:00",
-          "01-01-2000 00:00:00.00", "65537:01:2000:00:00:00.00", "99999999999999999999:1",
-          "-1:01:2000:00:00:00.00", "", "01:01:2000:00:00"}) {
+         {"12:01:2000:00:00:00.00", "01:01:2101:00:00:00.00", "01:01:2000:00:00:60.00",
+          "01:01:2000:00:00:00.100", "01:01:2000:00:00:00", "65537:01:2000:00:00:00.00", ""}) {
         t = stamp(2000, 1, 1, 1, 1, 1, 1);
         EXPECT_EQ(t.initialize(bad), 1u) << bad;
-        EXPECT_TRUE(allZero(t)) << bad;
+        EXPECT_TRUE(t == KoTime()) << bad;
         EXPECT_EQ(errors.lastNumber(), 2751u);
     }
     EXPECT_EQ(t.initialize(nullptr), 1u);
@@ -105,17 +84,11 @@ TEST(TimeStamp, ComparisonsAreComponentwise) {
     EXPECT_TRUE(newYear.anHourElapsed(newYearsEve));
     EXPECT_FALSE(newYearsEve.aDayElapsed(newYear));
     EXPECT_FALSE(newYearsEve < newYear); // the later month is smaller
-    EXPECT_FALSE(newYear > newYearsEve);
     EXPECT_TRUE(stamp(1999, 1, 1, 1, 1, 1, 1) < stamp(2000, 2, 2, 2, 2, 2, 2));
     EXPECT_TRUE(stamp(2000, 2, 2, 2, 2, 2, 2) > stamp(1999, 1, 1, 1, 1, 1, 1));
     EXPECT_FALSE(stamp(1999, 1, 1, 1, 1, 1, 1) < stamp(2000, 2, 2, 2, 2, 2, 1));
-    EXPECT_TRUE(stamp(2000, 1, 1, 1, 1) == stamp(2000, 1, 1, 1, 1));
     EXPECT_FALSE(stamp(2000, 1, 1, 1, 1) == stamp(2000, 1, 1, 1, 1, 0, 1));
-
     EXPECT_TRUE(stamp(2000, 5, 5, 11, 0).anHourElapsed(stamp(2000, 5, 5, 10, 59)));
     EXPECT_FALSE(stamp(2000, 5, 5, 10, 59).anHourElapsed(stamp(2000, 5, 5, 10, 0)));
     EXPECT_FALSE(stamp(2000, 5, 5, 23, 0).anHourElapsed(stamp(2000, 5, 6, 1, 0)));
-    EXPECT_FALSE(stamp(2000, 5, 5, 23, 0).aDayElapsed(stamp(2000, 5, 5, 1, 0)));
-    EXPECT_TRUE(stamp(2001, 1, 1, 0, 0).aDayElapsed(stamp(2000, 12, 31, 23, 0)));
-    EXPECT_FALSE(stamp(2000, 4, 30, 0, 0).aDayElapsed(stamp(2000, 5, 1, 0, 0)));
 }
