@@ -140,6 +140,12 @@ cp "$here/sales_by_region.kqf" "$queries/"
 )
 rm -rf "$queries"
 
+echo "== Time stamps: the time now, a stamp read and written back, and stamps that do not parse"
+run 0 time
+run 0 time 11:30:2000:23:59:59.99
+run 1 time 12:01:2000:00:00:00.00
+run 1 time 01:01:2000:00:00:00
+
 if [ -s "$failures" ]; then
     echo "demo: these commands did not end as expected:" >&2
     cat "$failures" >&2

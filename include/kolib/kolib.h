@@ -50,6 +50,7 @@
 #include "kolib/strutil.h"
 #include "kolib/substring.h"
 #include "kolib/thread.h"
+#include "kolib/time_stamp.h"
 #include "kolib/tmp_file.h"
 #include "kolib/tree.h"
 #include "kolib/token.h"
@@ -58,3 +59,4 @@
 #include "kolib/unicode.h"
 #include "kolib/value_parser.h"
 #include "kolib/version.h"
+#include "kolib/vm_pages.h"

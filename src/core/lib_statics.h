@@ -8,6 +8,7 @@ class KoError;
 class KoSemaphore;
 
 extern KoCriticalSection MDS_PERTHREAD_LOCK; // the per-thread record list
+extern KoCriticalSection VM_LOCK;            // making and releasing the page cache
 extern KoError MemoryErrorStatic;            // "Out Of Memory", number 30190
 extern KoError DummyErrorStatic;             // the sink error
 extern KoCriticalSection SemaphoreBookLock;  // KoSemaphore set bookkeeping of the task

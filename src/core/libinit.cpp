@@ -2,7 +2,7 @@
 // defined here, in this one translation unit, so that C++ constructs them in exactly this
 // order when the library is loaded and destroys them in the reverse order when it is unloaded:
 //   1. MDS_PERTHREAD_LOCK            5. DBLIB_LOCK
-//   2. (the page cache's pool lock)  6. BOS_RUNTIME_DEBUG, then BKOHINST = KOUTLHINST
+//   2. VM_LOCK (the page cache)     6. BOS_RUNTIME_DEBUG, then BKOHINST = KOUTLHINST
 //   3. MemoryError, DummyError       7. LIST_LOCK
 //   4. SemaphoreBookLock, ExchangeThreadLock, ExchangeTaskLock   8. CritCatalog
 // No other file may define a global with a non-trivial constructor.
@@ -18,7 +18,8 @@ const char* BKOHINST = nullptr;
 
 // 1.
 KoCriticalSection MDS_PERTHREAD_LOCK(0);
-// 2. The page cache's pool lock joins here when the page cache is built.
+// 2. Guards the making and release of the task's page cache.
+KoCriticalSection VM_LOCK(0);
 // 3.
 KoError MemoryErrorStatic(ERR_MEMORY_ERROR);
 KoError DummyErrorStatic(ERR_DUMMY_ERROR);

@@ -18,6 +18,7 @@ int cmdGrammarParse(int argc, char** argv);
 int cmdTree(int argc, char** argv);
 int cmdCheck(int argc, char** argv);
 int cmdQuery(int argc, char** argv);
+int cmdTime(int argc, char** argv);
 
 // After a failed look-up on the file at `path`: a one-line hint on standard error when the
 // file has lines `kotool check` would list.

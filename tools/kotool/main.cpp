@@ -34,6 +34,7 @@ const Command COMMANDS[] = {
     {"tree", cmdTree, "tree N", "a B-tree of N random keys, walked, half deleted, checked"},
     {"query", cmdQuery, "query show FILE | set FILE SECTION NAME VALUE",
      "a saved query definition shown, or one parameter changed"},
+    {"time", cmdTime, "time [TEXT]", "a time stamp parsed and written back, or the time now"},
 };
 
 int usage(FILE* out) {
